@@ -1,0 +1,30 @@
+#!/usr/bin/env bash
+# Installs every Debian package Talvero needs to build, test and run.
+# Idempotent: prints nothing and touches nothing when all packages are present.
+set -euo pipefail
+
+packages=(
+  # toolchain and build
+  build-essential cmake ninja-build ccache pkg-config git clang-format
+  # script engine and main loop
+  libjavascriptcoregtk-4.1-dev libglib2.0-dev
+  # tests and benchmarks
+  googletest libgtest-dev libgmock-dev libbenchmark-dev
+  # headless display for GUI tests
+  xvfb xauth
+)
+
+missing=()
+for package in "${packages[@]}"; do
+  status=$(dpkg-query -W -f='${Status}' "$package" 2>/dev/null || true)
+  [[ "$status" == "install ok installed" ]] || missing+=("$package")
+done
+[[ ${#missing[@]} -eq 0 ]] && exit 0
+
+sudo=()
+[[ $(id -u) -eq 0 ]] || sudo=(sudo)
+echo "[deps] installing: ${missing[*]}"
+export DEBIAN_FRONTEND=noninteractive
+"${sudo[@]}" apt-get update -qq
+"${sudo[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+echo "[deps] done"

@@ -1,0 +1,19 @@
+#include "runtime/handlers/console_handler.h"
+
+#include "runtime/log.h"
+
+namespace talvero {
+
+namespace {
+
+void printLine(const ScriptValue& value) {
+  logLine(value.toStringIfAny().value_or(""));
+}
+
+}  // namespace
+
+ConsoleHandler::ConsoleHandler() {
+  exports_.add("log", &printLine).add("info", &printLine).add("error", &printLine);
+}
+
+}  // namespace talvero
