@@ -1,31 +1,40 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <string>
 #include <vector>
 
-#include "platform/dispatch/main_queue.h"
 #include "platform/script/script_context.h"
 
 namespace talvero::testing {
-
-// Evaluates `source` in `context`, failing the test on any exception it throws.
-inline void evaluateOrFail(const ScriptContext& context, const std::string& source,
-                           std::vector<std::string>* errors) {
-  context.setExceptionHandler([errors](const ScriptContext&, const ScriptValue& exception) {
-    errors->push_back(exception.toString());
-  });
-  context.evaluate(source);
-}
-
-// The value of a global of `context`, as plain data.
-inline NativeValue global(const ScriptContext& context, const std::string& name) {
-  return context.globalObject().get(name).toNative();
-}
 
 // JSON text of an expression, for compact comparisons.
 inline std::string json(const ScriptContext& context, const std::string& expression) {
   context.evaluate("var __json = JSON.stringify(" + expression + ");");
   return context.globalObject().get("__json").toString();
 }
+
+// A fresh context whose exceptions are collected instead of ending the process.
+class ScriptTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    context = ScriptContext::create();
+    ASSERT_FALSE(context.empty());
+    context.setExceptionHandler([this](const ScriptContext& from, const ScriptValue& exception) {
+      EXPECT_TRUE(from == context);
+      exceptions.push_back(exception.toString());
+    });
+  }
+
+  // The value of a script expression.
+  ScriptValue eval(const std::string& expression) {
+    context.evaluate("var __value = (" + expression + ");");
+    return context.globalObject().get("__value");
+  }
+
+  ScriptContext context;
+  std::vector<std::string> exceptions;
+};
 
 }  // namespace talvero::testing

@@ -11,19 +11,9 @@ namespace {
 
 using testing::json;
 
-class ExportTableTest : public ::testing::Test {
+class ExportTableTest : public testing::ScriptTest {
  protected:
-  void SetUp() override {
-    context = ScriptContext::create();
-    context.setExceptionHandler([this](const ScriptContext&, const ScriptValue& exception) {
-      exceptions.push_back(exception.toString());
-    });
-  }
-
   void install(const ExportTable& table) { context.setGlobal("api", table.instantiate(context)); }
-
-  ScriptContext context;
-  std::vector<std::string> exceptions;
 };
 
 TEST_F(ExportTableTest, ArgumentsArriveByDeclaredType) {

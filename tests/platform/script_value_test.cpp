@@ -8,25 +8,7 @@ namespace {
 
 using testing::json;
 
-class ScriptValueTest : public ::testing::Test {
- protected:
-  void SetUp() override {
-    context = ScriptContext::create();
-    ASSERT_FALSE(context.empty());
-    context.setExceptionHandler([this](const ScriptContext& from, const ScriptValue& exception) {
-      EXPECT_TRUE(from == context);
-      exceptions.push_back(exception.toString());
-    });
-  }
-
-  ScriptValue eval(const std::string& expression) {
-    context.evaluate("var __value = (" + expression + ");");
-    return context.globalObject().get("__value");
-  }
-
-  ScriptContext context;
-  std::vector<std::string> exceptions;
-};
+using ScriptValueTest = testing::ScriptTest;
 
 TEST_F(ScriptValueTest, EvaluateHandsExceptionsToTheHandlerAndStopsAtTheThrow) {
   context.evaluate("var before = 1; throw new TypeError('bad'); var after = 1;");

@@ -30,23 +30,7 @@ TEST(Buffers, ReadingDoesNotConsumeOrCopy) {
   EXPECT_FALSE(Buffers::dispose(id));
 }
 
-class BridgeTest : public ::testing::Test {
- protected:
-  void SetUp() override {
-    context = ScriptContext::create();
-    context.setExceptionHandler([this](const ScriptContext&, const ScriptValue& exception) {
-      exceptions.push_back(exception.toString());
-    });
-  }
-
-  ScriptValue eval(const std::string& expression) {
-    context.evaluate("var __value = (" + expression + ");");
-    return context.globalObject().get("__value");
-  }
-
-  ScriptContext context;
-  std::vector<std::string> exceptions;
-};
+using BridgeTest = testing::ScriptTest;
 
 TEST_F(BridgeTest, ConsolePrintsOnlyTheFirstArgumentOfEachCall) {
   ConsoleHandler console;

@@ -38,13 +38,7 @@ void finalizeInstance(JSObjectRef object) {
 }
 
 JSClassRef instanceClass() {
-  static JSClassRef cls = [] {
-    JSClassDefinition definition = kJSClassDefinitionEmpty;
-    definition.className = "NativeCallback";
-    definition.callAsFunction = callInstance;
-    definition.finalize = finalizeInstance;
-    return JSClassCreate(&definition);
-  }();
+  static JSClassRef cls = glue::makeFunctionClass("NativeCallback", callInstance, finalizeInstance);
   return cls;
 }
 

@@ -83,13 +83,8 @@ void finalizeOperation(JSObjectRef function) {
 }
 
 JSClassRef operationClass() {
-  static JSClassRef cls = [] {
-    JSClassDefinition definition = kJSClassDefinitionEmpty;
-    definition.className = "NativeFunction";
-    definition.callAsFunction = callOperation;
-    definition.finalize = finalizeOperation;
-    return JSClassCreate(&definition);
-  }();
+  static JSClassRef cls =
+      glue::makeFunctionClass("NativeFunction", callOperation, finalizeOperation);
   return cls;
 }
 

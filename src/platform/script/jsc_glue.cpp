@@ -244,6 +244,15 @@ NativeValue fromEngine(JSContextRef ctx, JSValueRef value) {
   return convert(ctx, value, path);
 }
 
+JSClassRef makeFunctionClass(const char* name, JSObjectCallAsFunctionCallback call,
+                             JSObjectFinalizeCallback finalize) {
+  JSClassDefinition definition = kJSClassDefinitionEmpty;
+  definition.className = name;
+  definition.callAsFunction = call;
+  definition.finalize = finalize;
+  return JSClassCreate(&definition);
+}
+
 JSContextRef currentCallingContext() {
   return callingContext;
 }

@@ -44,6 +44,10 @@ std::string valueToString(JSContextRef ctx, JSValueRef value, bool* threw = null
 JSValueRef toEngine(JSContextRef ctx, const NativeValue& value);
 NativeValue fromEngine(JSContextRef ctx, JSValueRef value);
 
+// An engine class whose objects are functions with a private pointer, nothing else.
+JSClassRef makeFunctionClass(const char* name, JSObjectCallAsFunctionCallback call,
+                             JSObjectFinalizeCallback finalize);
+
 // Sets the calling context for the duration of a native operation.
 class CallingScope {
  public:

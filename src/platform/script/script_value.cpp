@@ -92,26 +92,45 @@ bool ScriptValue::belongsTo(const ScriptContext& context) const {
   return state_ != nullptr && state_ == context.state();
 }
 
+namespace {
+
+JSObjectRef objectOf(JSContextRef ctx, JSValueRef value) {
+  return JSValueIsObject(ctx, value) ? JSValueToObject(ctx, value, nullptr) : nullptr;
+}
+
+// The value of an engine call: an exception goes to the handler and leaves undefined.
+ScriptValue settle(const std::shared_ptr<ContextState>& state, JSValueRef result,
+                   JSValueRef exception) {
+  if (!exception) return glue::wrap(state, result);
+  glue::report(state, exception);
+  return glue::wrap(state, nullptr);
+}
+
+ScriptValue reportNotCallable(const std::shared_ptr<ContextState>& state, const std::string& what) {
+  ScriptContext context(state);
+  ScriptValue error =
+      context.globalObject().get("TypeError").construct({what + " is not a function"});
+  return settle(state, nullptr, error.empty() ? JSValueMakeUndefined(state->context) : error.raw());
+}
+
+template <bool (*Test)(JSContextRef, JSValueRef)>
+bool holds(const ScriptValue& value) {
+  return !value.empty() && Test(value.state()->context, value.raw());
+}
+
+}  // namespace
+
 ScriptValue ScriptValue::call(const std::vector<NativeValue>& args) const {
   if (empty()) return {};
   auto state = state_;  // the call may drop the last other holder of this context
   JSContextRef ctx = state->context;
-  JSObjectRef function = JSValueIsObject(ctx, raw_) ? JSValueToObject(ctx, raw_, nullptr) : nullptr;
-  if (!function || !JSObjectIsFunction(ctx, function)) {
-    ScriptValue typeError = context().globalObject().get("TypeError");
-    ScriptValue error = typeError.construct({"value is not a function"});
-    glue::report(state, error.empty() ? JSValueMakeUndefined(ctx) : error.raw());
-    return glue::wrap(state, nullptr);
-  }
+  JSObjectRef function = objectOf(ctx, raw_);
+  if (!function || !JSObjectIsFunction(ctx, function)) return reportNotCallable(state, "value");
   const auto engineArgs = toEngineArgs(ctx, args);
   JSValueRef exception = nullptr;
   JSValueRef result = JSObjectCallAsFunction(ctx, function, nullptr, engineArgs.size(),
                                              engineArgs.data(), &exception);
-  if (exception) {
-    glue::report(state, exception);
-    return glue::wrap(state, nullptr);
-  }
-  return glue::wrap(state, result);
+  return settle(state, result, exception);
 }
 
 ScriptValue ScriptValue::invokeMethod(const std::string& name,
@@ -119,134 +138,103 @@ ScriptValue ScriptValue::invokeMethod(const std::string& name,
   if (empty()) return {};
   auto state = state_;
   JSContextRef ctx = state->context;
-  JSObjectRef self = JSValueToObject(ctx, raw_, nullptr);
-  if (!self) return glue::wrap(state, nullptr);
+  JSObjectRef self = objectOf(ctx, raw_);
+  if (!self) return reportNotCallable(state, name);
   JSStringRef key = glue::makeString(name);
   JSValueRef exception = nullptr;
   JSValueRef method = JSObjectGetProperty(ctx, self, key, &exception);
   JSStringRelease(key);
-  JSObjectRef function =
-      method && JSValueIsObject(ctx, method) ? JSValueToObject(ctx, method, nullptr) : nullptr;
-  if (!exception && (!function || !JSObjectIsFunction(ctx, function))) {
-    ScriptValue error =
-        context().globalObject().get("TypeError").construct({name + " is not a function"});
-    glue::report(state, error.empty() ? JSValueMakeUndefined(ctx) : error.raw());
-    return glue::wrap(state, nullptr);
-  }
-  JSValueRef result = nullptr;
-  if (!exception) {
-    const auto engineArgs = toEngineArgs(ctx, args);
-    result = JSObjectCallAsFunction(ctx, function, self, engineArgs.size(), engineArgs.data(),
-                                    &exception);
-  }
-  if (exception) {
-    glue::report(state, exception);
-    return glue::wrap(state, nullptr);
-  }
-  return glue::wrap(state, result);
+  if (exception) return settle(state, nullptr, exception);
+  JSObjectRef function = objectOf(ctx, method);
+  if (!function || !JSObjectIsFunction(ctx, function)) return reportNotCallable(state, name);
+  const auto engineArgs = toEngineArgs(ctx, args);
+  JSValueRef result =
+      JSObjectCallAsFunction(ctx, function, self, engineArgs.size(), engineArgs.data(), &exception);
+  return settle(state, result, exception);
 }
 
 ScriptValue ScriptValue::construct(const std::vector<NativeValue>& args) const {
   if (empty()) return {};
   auto state = state_;
   JSContextRef ctx = state->context;
-  JSObjectRef constructor =
-      JSValueIsObject(ctx, raw_) ? JSValueToObject(ctx, raw_, nullptr) : nullptr;
+  JSObjectRef constructor = objectOf(ctx, raw_);
   if (!constructor || !JSObjectIsConstructor(ctx, constructor)) return glue::wrap(state, nullptr);
   const auto engineArgs = toEngineArgs(ctx, args);
   JSValueRef exception = nullptr;
   JSObjectRef result =
       JSObjectCallAsConstructor(ctx, constructor, engineArgs.size(), engineArgs.data(), &exception);
-  if (exception) {
-    glue::report(state, exception);
-    return glue::wrap(state, nullptr);
-  }
-  return glue::wrap(state, result);
+  return settle(state, result, exception);
 }
 
 ScriptValue ScriptValue::get(const std::string& property) const {
   if (empty()) return {};
-  JSContextRef ctx = state_->context;
-  JSObjectRef object = JSValueIsObject(ctx, raw_) ? JSValueToObject(ctx, raw_, nullptr) : nullptr;
-  if (!object) return glue::wrap(state_, nullptr);
+  auto state = state_;
+  JSObjectRef object = objectOf(state->context, raw_);
+  if (!object) return glue::wrap(state, nullptr);
   JSStringRef key = glue::makeString(property);
   JSValueRef exception = nullptr;
-  JSValueRef value = JSObjectGetProperty(ctx, object, key, &exception);
+  JSValueRef value = JSObjectGetProperty(state->context, object, key, &exception);
   JSStringRelease(key);
-  if (exception) {
-    auto state = state_;
-    glue::report(state, exception);
-    return glue::wrap(state, nullptr);
-  }
-  return glue::wrap(state_, value);
+  return settle(state, value, exception);
 }
 
 void ScriptValue::set(const std::string& property, const NativeValue& value) const {
   if (empty()) return;
-  JSContextRef ctx = state_->context;
-  JSObjectRef object = JSValueIsObject(ctx, raw_) ? JSValueToObject(ctx, raw_, nullptr) : nullptr;
+  auto state = state_;
+  JSContextRef ctx = state->context;
+  JSObjectRef object = objectOf(ctx, raw_);
   if (!object) return;
   JSStringRef key = glue::makeString(property);
   JSValueRef exception = nullptr;
   JSObjectSetProperty(ctx, object, key, glue::toEngine(ctx, value), kJSPropertyAttributeNone,
                       &exception);
   JSStringRelease(key);
-  if (exception) {
-    auto state = state_;
-    glue::report(state, exception);
-  }
+  if (exception) glue::report(state, exception);
 }
 
 ScriptValue ScriptValue::at(uint32_t index) const {
   if (empty()) return {};
-  JSContextRef ctx = state_->context;
-  JSObjectRef object = JSValueIsObject(ctx, raw_) ? JSValueToObject(ctx, raw_, nullptr) : nullptr;
-  if (!object) return glue::wrap(state_, nullptr);
+  auto state = state_;
+  JSObjectRef object = objectOf(state->context, raw_);
+  if (!object) return glue::wrap(state, nullptr);
   JSValueRef exception = nullptr;
-  JSValueRef value = JSObjectGetPropertyAtIndex(ctx, object, index, &exception);
-  if (exception) {
-    auto state = state_;
-    glue::report(state, exception);
-    return glue::wrap(state, nullptr);
-  }
-  return glue::wrap(state_, value);
+  JSValueRef value = JSObjectGetPropertyAtIndex(state->context, object, index, &exception);
+  return settle(state, value, exception);
 }
 
 bool ScriptValue::has(const std::string& property) const {
-  if (empty() || !isObject()) return false;
-  JSContextRef ctx = state_->context;
+  if (!isObject()) return false;
   JSStringRef key = glue::makeString(property);
-  const bool found = JSObjectHasProperty(ctx, JSValueToObject(ctx, raw_, nullptr), key);
+  const bool found = JSObjectHasProperty(state_->context, objectOf(state_->context, raw_), key);
   JSStringRelease(key);
   return found;
 }
 
 bool ScriptValue::isUndefined() const {
-  return !empty() && JSValueIsUndefined(state_->context, raw_);
+  return holds<JSValueIsUndefined>(*this);
 }
 bool ScriptValue::isNull() const {
-  return !empty() && JSValueIsNull(state_->context, raw_);
+  return holds<JSValueIsNull>(*this);
 }
 bool ScriptValue::isObject() const {
-  return !empty() && JSValueIsObject(state_->context, raw_);
+  return holds<JSValueIsObject>(*this);
 }
 bool ScriptValue::isArray() const {
-  return !empty() && JSValueIsArray(state_->context, raw_);
+  return holds<JSValueIsArray>(*this);
 }
 bool ScriptValue::isString() const {
-  return !empty() && JSValueIsString(state_->context, raw_);
+  return holds<JSValueIsString>(*this);
 }
 bool ScriptValue::isNumber() const {
-  return !empty() && JSValueIsNumber(state_->context, raw_);
+  return holds<JSValueIsNumber>(*this);
 }
 bool ScriptValue::isBoolean() const {
-  return !empty() && JSValueIsBoolean(state_->context, raw_);
+  return holds<JSValueIsBoolean>(*this);
 }
 
 bool ScriptValue::isFunction() const {
   if (!isObject()) return false;
-  JSContextRef ctx = state_->context;
-  return JSObjectIsFunction(ctx, JSValueToObject(ctx, raw_, nullptr));
+  return JSObjectIsFunction(state_->context, objectOf(state_->context, raw_));
 }
 
 std::string ScriptValue::toString() const {

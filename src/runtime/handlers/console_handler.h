@@ -1,18 +1,14 @@
 #pragma once
 
-#include "platform/script/export_table.h"
+#include "runtime/handlers/script_handler.h"
 
 namespace talvero {
 
 // The global `console`: `log`, `info` and `error` alike write their first argument's text
 // as one line on the standard output; later arguments are not looked at.
-class ConsoleHandler {
+class ConsoleHandler : public ScriptHandler {
  public:
   ConsoleHandler();
-  const ExportTable& exports() const { return exports_; }
-
- private:
-  ExportTable exports_;
 };
 
 }  // namespace talvero
