@@ -14,10 +14,19 @@ packages=(
   xvfb xauth
 )
 
+# Tools that may come from elsewhere than Debian (a newer Node.js, say): the package is
+# installed only when the command is missing.
+declare -A commands=(
+  [npm]=npm  # fetches Yoga's sources at configure time
+)
+
 missing=()
 for package in "${packages[@]}"; do
   status=$(dpkg-query -W -f='${Status}' "$package" 2>/dev/null || true)
   [[ "$status" == "install ok installed" ]] || missing+=("$package")
+done
+for command in "${!commands[@]}"; do
+  command -v "$command" >/dev/null 2>&1 || missing+=("${commands[$command]}")
 done
 [[ ${#missing[@]} -eq 0 ]] && exit 0
 
