@@ -3,22 +3,29 @@
 #   ./dev.sh run    the bundled example script
 #   ./dev.sh test   every test (CTest)
 #   ./dev.sh bench  the benchmarks
+#   ./dev.sh sanitize  every test, built with AddressSanitizer and UBSan (in build-sanitize/)
 set -euo pipefail
 cd "$(dirname "$0")"
 
 command=${1:-run}
-case "$command" in run | test | bench) ;; *)
-  echo "usage: ./dev.sh run|test|bench" >&2
+case "$command" in run | test | bench | sanitize) ;; *)
+  echo "usage: ./dev.sh run|test|bench|sanitize" >&2
   exit 2
   ;;
 esac
 
 scripts/install-deps.sh
+if [[ $command == sanitize ]]; then
+  cmake -S . -B build-sanitize -G Ninja -DCMAKE_BUILD_TYPE=Debug -DTALVERO_SANITIZE=ON \
+    -DTALVERO_BUILD_BENCHMARKS=OFF >/dev/null
+  cmake --build build-sanitize
+  cd build-sanitize && exec ctest --output-on-failure --timeout 600 -j"$(nproc)"
+fi
 cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
 cmake --build build
 
 case "$command" in
   run) exec build/talvero resources/examples/hello.js --exit-when-idle ;;
   test) cd build && exec ctest --output-on-failure --timeout 300 -j"$(nproc)" ;;
-  bench) exec build/talvero_bench ;;
+  bench) build/talvero_bench && exec build/talvero_style_bench ;;
 esac

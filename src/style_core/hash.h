@@ -21,10 +21,14 @@ constexpr uint32_t fnv1a(const char* text, size_t length) {
   return hash;
 }
 
-constexpr uint32_t fnv1a(std::string_view text) { return fnv1a(text.data(), text.size()); }
+constexpr uint32_t fnv1a(std::string_view text) {
+  return fnv1a(text.data(), text.size());
+}
 
 namespace hash_literals {
-constexpr uint32_t operator""_h(const char* text, size_t length) { return fnv1a(text, length); }
+constexpr uint32_t operator""_h(const char* text, size_t length) {
+  return fnv1a(text, length);
+}
 }  // namespace hash_literals
 
 }  // namespace talvero

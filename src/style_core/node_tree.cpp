@@ -46,7 +46,9 @@ NodeContext* nodeContext(YGNodeRef node) {
   return node ? static_cast<NodeContext*>(YGNodeGetContext(node)) : nullptr;
 }
 
-YGNodeRef cachedRoot() { return lastRoot; }
+YGNodeRef cachedRoot() {
+  return lastRoot;
+}
 
 YGNodeRef createNodeRoot(int32_t screenId) {
   YGNodeRef node = YGNodeNew();
@@ -77,7 +79,9 @@ void removeNode(YGNodeRef parent, YGNodeRef child) {
   freeNode(child);
 }
 
-void setMeasureFunc(MeasureHook hook) { measureFunc = hook; }
+void setMeasureFunc(MeasureHook hook) {
+  measureFunc = hook;
+}
 
 void calculate(YGNodeRef root, float width, float height) {
   if (root != lastRoot) lastRoot = nullptr;
