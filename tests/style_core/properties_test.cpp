@@ -335,7 +335,9 @@ TEST_F(PropertyTest, FlexShorthandRows) {
     EXPECT_EQ(YGNodeStyleGetFlexShrink(root), c.shrink) << c.value;
     const YGValue basis = YGNodeStyleGetFlexBasis(root);
     EXPECT_EQ(basis.unit, c.basisUnit) << c.value;
-    if (c.basisUnit != YGUnitAuto) EXPECT_EQ(basis.value, c.basis) << c.value;
+    if (c.basisUnit != YGUnitAuto) {
+      EXPECT_EQ(basis.value, c.basis) << c.value;
+    }
   }
   setFloat(root, "flex", 3);
   EXPECT_EQ(YGNodeStyleGetFlexGrow(root), 3.0f);

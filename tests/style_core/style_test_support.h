@@ -28,27 +28,34 @@ inline std::vector<HandlerCall>& handlerCalls() {
   return calls;
 }
 
+inline HandlerCall& newCall(const char* kind, PropertyId id) {
+  HandlerCall& call = handlerCalls().emplace_back();
+  call.kind = kind;
+  call.id = id;
+  return call;
+}
+
 template <PropertyId Id>
 void recordString(int32_t, YGNodeRef, const char* value) {
-  handlerCalls().push_back({"string", Id, value});
+  newCall("string", Id).text = value;
 }
 template <PropertyId Id>
 void recordFloat(int32_t, YGNodeRef, float value) {
-  handlerCalls().push_back({"float", Id, "", value});
+  newCall("float", Id).number = value;
 }
 template <PropertyId Id>
 void recordColour(int32_t, YGNodeRef, uint32_t colour) {
-  handlerCalls().push_back({"colour", Id, "", 0, colour});
+  newCall("colour", Id).colour = colour;
 }
 template <PropertyId Id>
 void recordReset(int32_t, YGNodeRef) {
-  handlerCalls().push_back({"reset", Id});
+  newCall("reset", Id);
 }
 inline void recordMatrix(int32_t, YGNodeRef, const float* matrix) {
-  handlerCalls().push_back({"matrix", 0, "", 0, 0, std::vector<float>(matrix, matrix + 9)});
+  newCall("matrix", 0).matrix.assign(matrix, matrix + 9);
 }
 inline void recordGradient(int32_t, YGNodeRef, const CUIGradient* gradient) {
-  handlerCalls().push_back({"gradient", 0, "", 0, 0, {}, gradient});
+  newCall("gradient", 0).gradient = gradient;
 }
 
 // The handlers a host registers, each recording what it receives.
