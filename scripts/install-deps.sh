@@ -12,6 +12,8 @@ packages=(
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   # headless display for GUI tests
   xvfb xauth
+  # fuzzing: clang with its libFuzzer and sanitizer runtimes
+  clang libclang-rt-14-dev
 )
 
 # Tools that may come from elsewhere than Debian (a newer Node.js, say): the package is

@@ -3,7 +3,6 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
-#include <limits>
 
 #include "style_core/hash.h"
 #include "style_core/viewport.h"
@@ -18,20 +17,10 @@ bool isBlank(char c) {
   return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r';
 }
 
-// double to float as the hardware rounds it: beyond the float range lies an infinity, where a
-// plain conversion would be undefined.
-float narrow(double value) {
-  constexpr double kLargest = std::numeric_limits<float>::max();
-  constexpr double kRoundsToInfinity = kLargest + 0x1p103;  // half a unit in the last place
-  if (value >= kRoundsToInfinity) return std::numeric_limits<float>::infinity();
-  if (value <= -kRoundsToInfinity) return -std::numeric_limits<float>::infinity();
-  if (value > kLargest) return std::numeric_limits<float>::max();
-  if (value < -kLargest) return -std::numeric_limits<float>::max();
-  return static_cast<float>(value);
-}
-
+// The number at the head of the text, read past the end of a term or token as atof does, so
+// the text must be NUL-terminated somewhere after it.
 float readHead(const char* value) {
-  return narrow(std::atof(value));
+  return static_cast<float>(std::atof(value));
 }
 
 bool isSpaceOrTab(char c) {
@@ -239,7 +228,7 @@ bool insetKeyword(const char* value, size_t length, float& out) {
 }
 
 float scaled(const char* value, float unit) {
-  return narrow(std::atof(value) * static_cast<double>(unit));
+  return static_cast<float>(std::atof(value) * static_cast<double>(unit));
 }
 
 // One argument of min(), max() or clamp(): from `p` to the first comma or closing bracket

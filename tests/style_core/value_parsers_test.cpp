@@ -53,69 +53,43 @@ TEST(ColorParser, ReadsShortAndLongHexForms) {
   EXPECT_EQ(color("#abc"), 0xAABBCCFFu);
   EXPECT_EQ(color("#abcd"), 0xAABBCCDDu);
   EXPECT_EQ(color("#aabbccdd"), 0xAABBCCDDu);
-  EXPECT_EQ(color("#FF8000"), 0xFF8000FFu);
-}
-
-TEST(ColorParser, RefusesFiveHexDigits) {
-  EXPECT_EQ(color("#abcde"), std::nullopt);
-  EXPECT_EQ(color("#"), std::nullopt);
-  EXPECT_EQ(color("#ab"), std::nullopt);
-  EXPECT_EQ(color("#abcdef0"), std::nullopt);
-  EXPECT_EQ(color("#abcdef012"), std::nullopt);
-}
-
-TEST(ColorParser, ReadsBadHexDigitsAsZeroOrStopsThePair) {
-  EXPECT_EQ(color("#g0f"), 0x0000FFFFu);
+  EXPECT_EQ(color("#g0f"), 0x0000FFFFu);  // a bad digit counts as 0
   // A pair is read by strtoul, which stops at the first non-hex byte.
   EXPECT_EQ(color("#fg0000"), 0x0F0000FFu);
 }
 
+TEST(ColorParser, RefusesFiveHexDigits) {
+  for (const char* text : {"#abcde", "#", "#ab", "#abcdef0", "#abcdef012"}) {
+    EXPECT_EQ(color(text), std::nullopt) << text;
+  }
+}
+
 TEST(ColorParser, NamesAreExactAndFew) {
-  EXPECT_EQ(color("orange"), 0xFFA500FFu);
   EXPECT_EQ(color("clear"), 0xFFFFFF00u);
   EXPECT_EQ(color("transparent"), 0x00000000u);
   EXPECT_EQ(color("gray"), 0x808080FFu);
-  EXPECT_EQ(color("grey"), std::nullopt);
-  EXPECT_EQ(color("Red"), std::nullopt);
-  EXPECT_EQ(color("red "), std::nullopt);
-  EXPECT_EQ(color("pink"), std::nullopt);
-}
-
-TEST(ColorParser, RefusesNullAndEmpty) {
+  for (const char* text : {"grey", "Red", "red ", "pink", ""}) {
+    EXPECT_EQ(color(text), std::nullopt) << text;
+  }
   uint32_t out = 7;
   EXPECT_FALSE(tryParseColor(nullptr, out));
-  EXPECT_FALSE(tryParseColor("", out));
   EXPECT_EQ(out, 7u);
 }
 
-TEST(ColorParser, AcceptsFunctionalPrefixInAnyCase) {
-  EXPECT_EQ(color("RGB(255,0,0)"), 0xFF0000FFu);
-  EXPECT_EQ(color("RgBa(0,0,255,1)"), 0x0000FFFFu);
-  EXPECT_EQ(color("rgb( 1 , 2 , 3 )"), 0x010203FFu);
-}
-
-TEST(ColorParser, RoundsPercentChannelsHalfAwayFromZeroAndClamps) {
-  EXPECT_EQ(color("rgb(50%, 127.5, 0.5)"), 0x808001FFu);
+TEST(ColorParser, RoundsChannelsAndReadsAlphaThreeWays) {
+  EXPECT_EQ(color("RGB( 50% , 127.5, 0.5 )"), 0x808001FFu);
   EXPECT_EQ(color("rgb(-5, 300, 100%)"), 0x00FFFFFFu);
-}
-
-TEST(ColorParser, ReadsAlphaAsFractionPercentOrRawNumber) {
-  EXPECT_EQ(color("rgba(0,0,0,0.5)"), 0x00000080u);
+  EXPECT_EQ(color("RgBa(0,0,0,0.5)"), 0x00000080u);
   EXPECT_EQ(color("rgba(0,0,0,50%)"), 0x00000080u);
-  EXPECT_EQ(color("rgba(0,0,0,1)"), 0x000000FFu);
-  EXPECT_EQ(color("rgba(0,0,0,2)"), 0x00000002u);
+  EXPECT_EQ(color("rgba(0,0,0,2)"), 0x00000002u);  // above 1: taken as it is
   EXPECT_EQ(color("rgba(0,0,0,400)"), 0x000000FFu);
-  EXPECT_EQ(color("rgba(0,0,0,-1)"), 0x00000000u);
 }
 
 TEST(ColorParser, RefusesBlankSeparatorsAndWrongArgumentCounts) {
-  EXPECT_EQ(color("rgb(1 2 3)"), std::nullopt);
-  EXPECT_EQ(color("rgb(1,2)"), std::nullopt);
-  EXPECT_EQ(color("rgb(1,2,3,4)"), std::nullopt);
-  EXPECT_EQ(color("rgba(1,2,3)"), std::nullopt);
-  EXPECT_EQ(color("rgb(1,2,3"), std::nullopt);
-  EXPECT_EQ(color("rgb(1,,3)"), std::nullopt);
-  EXPECT_EQ(color("rgb(a,b,c)"), std::nullopt);
+  for (const char* text : {"rgb(1 2 3)", "rgb(1,2)", "rgb(1,2,3,4)", "rgba(1,2,3)", "rgb(1,2,3",
+                           "rgb(1,,3)", "rgb(a,b,c)"}) {
+    EXPECT_EQ(color(text), std::nullopt) << text;
+  }
 }
 
 TEST(ColorParser, ReadsHexInsideFunctionalForm) {
@@ -123,28 +97,27 @@ TEST(ColorParser, ReadsHexInsideFunctionalForm) {
   EXPECT_EQ(color("rgb( #0f0)"), 0x00FF00FFu);
   // Alpha digits are read but dropped: the alpha comes from the form.
   EXPECT_EQ(color("rgb(#ff000080)"), 0xFF0000FFu);
-  EXPECT_EQ(color("rgb(#ff0000, 0.5)"), std::nullopt);
-  EXPECT_EQ(color("rgba(#ff0000)"), std::nullopt);
-  EXPECT_EQ(color("rgb(#ff000)"), std::nullopt);
-  EXPECT_EQ(color("rgb(#ff0000"), std::nullopt);
+  for (const char* text : {"rgb(#ff0000, 0.5)", "rgba(#ff0000)", "rgb(#ff000)", "rgb(#ff0000"}) {
+    EXPECT_EQ(color(text), std::nullopt) << text;
+  }
 }
 
 // ---------------------------------------------------------------------------------------
 
 TEST_F(LengthParser, DecidesByByteCountAlone) {
-  EXPECT_FALSE(length("5").ok);
-  EXPECT_FALSE(length("px").ok);
-  EXPECT_FALSE(length("100").ok);
+  for (const char* text : {"5", "px", "100", "vmax", "50%", "10pt", "auto"}) {
+    EXPECT_FALSE(length(text).ok) << text;
+  }
   vh = 8;
-  const Length oneVh = length("1vh");
-  EXPECT_TRUE(oneVh.ok);
-  EXPECT_FLOAT_EQ(oneVh.value, 8);
-  // Four bytes are too few for the long units.
-  EXPECT_FALSE(length("vmax").ok);
+  EXPECT_FLOAT_EQ(length("1vh").value, 8);
+  // Only the given bytes count.
+  float out = 0;
+  bool dynamic = false;
+  EXPECT_TRUE(parse_vw("10px junk", 4, out, dynamic, 16));
+  EXPECT_FLOAT_EQ(out, 10);
 }
 
 TEST_F(LengthParser, ReadsTheNumberAtTheHeadOfTheValue) {
-  EXPECT_FLOAT_EQ(length("12px").value, 12);
   EXPECT_FLOAT_EQ(length("12abcpx").value, 12);
   EXPECT_FLOAT_EQ(length("-1.5e1px").value, -15);
   const Length noNumber = length("abcpx");
@@ -158,64 +131,37 @@ TEST_F(LengthParser, ScalesViewportAndFontUnitsAndMarksThemDynamic) {
   vw = 2;
   vmin = 3;
   vmax = 5;
-  const Length fixed = length("10px");
-  EXPECT_FALSE(fixed.dynamic);
+  EXPECT_FALSE(length("10px").dynamic);
   const Length wide = length("50vw");
   EXPECT_FLOAT_EQ(wide.value, 100);
   EXPECT_TRUE(wide.dynamic);
   EXPECT_FLOAT_EQ(length("10vmin").value, 30);
   EXPECT_FLOAT_EQ(length("10vmax").value, 50);
-  const Length font = length("1.5em", 12);
-  EXPECT_FLOAT_EQ(font.value, 18);
-  EXPECT_TRUE(font.dynamic);
-}
-
-TEST_F(LengthParser, NeverClearsDynamic) {
+  EXPECT_FLOAT_EQ(length("1.5em", 12).value, 18);
+  EXPECT_TRUE(length("1.5em").dynamic);
   float out = 0;
   bool dynamic = true;
   EXPECT_TRUE(parse_vw("4px", 3, out, dynamic, 16));
-  EXPECT_TRUE(dynamic);
-  EXPECT_FALSE(parse_vw("4pt", 3, out, dynamic, 16));
-  EXPECT_TRUE(dynamic);
+  EXPECT_TRUE(dynamic);  // never cleared
 }
 
 TEST_F(LengthParser, ReadsInsetKeywordsExactly) {
   safeTop = 44;
   safeLeft = 7;
   const Length top = length("safe-top");
-  EXPECT_TRUE(top.ok);
   EXPECT_FLOAT_EQ(top.value, 44);
   EXPECT_TRUE(top.dynamic);
   EXPECT_FLOAT_EQ(length("safe-left").value, 7);
   EXPECT_FLOAT_EQ(length("safe-top-comfort").value, comfortInsetVertical);
-  EXPECT_FLOAT_EQ(length("safe-right-comfort").value, comfortInsetHorizontal);
   EXPECT_FALSE(length("Safe-top").ok);
   EXPECT_FALSE(length("safe-middle").ok);
 }
 
-TEST_F(LengthParser, RefusesUnitsItDoesNotKnow) {
-  EXPECT_FALSE(length("50%").ok);
-  EXPECT_FALSE(length("10pt").ok);
-  EXPECT_FALSE(length("auto").ok);
-}
-
-TEST_F(LengthParser, ReadsOnlyTheGivenBytes) {
-  const char* text = "10px junk";
-  float out = 0;
-  bool dynamic = false;
-  EXPECT_TRUE(parse_vw(text, 4, out, dynamic, 16));
-  EXPECT_FLOAT_EQ(out, 10);
-  EXPECT_FALSE(parse_vw(text, 9, out, dynamic, 16));
-}
-
-TEST_F(LengthParser, TakesSmallestOrLargestOfList) {
+TEST_F(LengthParser, TakesSmallestOrLargestOfListUpToABadArgument) {
   EXPECT_FLOAT_EQ(length("min(10px, 5px)").value, 5);
   EXPECT_FLOAT_EQ(length("max(10px, 5px, 7px)").value, 10);
   EXPECT_FLOAT_EQ(length("min(\t3px ,\t2px\t)").value, 2);
   EXPECT_FLOAT_EQ(length("max(calc(1px + 2px), 2px)").value, 3);
-}
-
-TEST_F(LengthParser, StopsListAtBadArgumentKeepingWhatWasRead) {
   const Length truncated = length("min(10px, junk, 5px)");
   EXPECT_TRUE(truncated.ok);
   EXPECT_FLOAT_EQ(truncated.value, 10);
@@ -227,18 +173,14 @@ TEST_F(LengthParser, StopsListAtBadArgumentKeepingWhatWasRead) {
 TEST_F(LengthParser, ClampsMiddleArgumentBetweenTheOthers) {
   EXPECT_FLOAT_EQ(length("clamp(1px, 5px, 3px)").value, 3);
   EXPECT_FLOAT_EQ(length("clamp(4px, 2px, 8px)").value, 4);
-  EXPECT_FLOAT_EQ(length("clamp(1px, 2px, 3px)").value, 2);
   vw = 10;
   const Length viewport = length("clamp(1px, 5vw, 100px)");
   EXPECT_FLOAT_EQ(viewport.value, 50);
   EXPECT_TRUE(viewport.dynamic);
-}
-
-TEST_F(LengthParser, RefusesClampWithoutExactlyThreeGoodArguments) {
-  EXPECT_FALSE(length("clamp(1px, 2px)").ok);
-  EXPECT_FALSE(length("clamp(1px, 2px, 3px, 4px)").ok);
-  EXPECT_FALSE(length("clamp(1px, junk, 3px)").ok);
-  EXPECT_FALSE(length("clamp(1px, , 3px)").ok);
+  for (const char* text : {"clamp(1px, 2px)", "clamp(1px, 2px, 3px, 4px)", "clamp(1px, junk, 3px)",
+                           "clamp(1px, , 3px)"}) {
+    EXPECT_FALSE(length(text).ok) << text;
+  }
 }
 
 // ---------------------------------------------------------------------------------------
@@ -246,7 +188,6 @@ TEST_F(LengthParser, RefusesClampWithoutExactlyThreeGoodArguments) {
 TEST_F(CalcParser, SubtractsFromViewportWidth) {
   vw = 2;
   const Length result = length("calc(100vw - 20px)");
-  EXPECT_TRUE(result.ok);
   EXPECT_FLOAT_EQ(result.value, 180);
   EXPECT_TRUE(result.dynamic);
 }
@@ -266,9 +207,7 @@ TEST_F(CalcParser, KeepsTheMinusInsideInsetKeywords) {
   EXPECT_FLOAT_EQ(length("calc(100vh - safe-top)").value, 756);
   EXPECT_FLOAT_EQ(length("calc(100vh-safe-bottom)").value, 770);
   EXPECT_FLOAT_EQ(length("calc(100vh - safe-top-comfort)").value, 788);
-  const Length inset = length("calc(safe-bottom-comfort + safe-left)");
-  EXPECT_FLOAT_EQ(inset.value, 12);
-  EXPECT_TRUE(inset.dynamic);
+  EXPECT_FLOAT_EQ(length("calc(safe-bottom-comfort + safe-left)").value, 12);
 }
 
 TEST_F(CalcParser, DoesNotNegateTheFirstTerm) {
@@ -277,22 +216,18 @@ TEST_F(CalcParser, DoesNotNegateTheFirstTerm) {
   EXPECT_FLOAT_EQ(length("calc(10px + - 4px)").value, 6);
 }
 
-TEST_F(CalcParser, ReadsBareNumbersAndBracketedTermsThroughAtof) {
+TEST_F(CalcParser, ReadsBareNumbersBracketsAndNestedFunctions) {
   EXPECT_FLOAT_EQ(length("calc(3 + 4)").value, 7);
-  EXPECT_FLOAT_EQ(length("calc((1px + 2px) * 3 + 5px)").value, 5);
-}
-
-TEST_F(CalcParser, EvaluatesNestedFunctions) {
+  EXPECT_FLOAT_EQ(length("calc((1px + 2px) * 3 + 5px)").value, 5);  // a bracket reads as 0
   EXPECT_FLOAT_EQ(length("calc(calc(1px + 2px) * 2)").value, 6);
   EXPECT_FLOAT_EQ(length("calc(min(10px, 4px) + clamp(0px, 9px, 2px))").value, 6);
+  EXPECT_FLOAT_EQ(length("calc(1px + 2px").value, 3);  // the bracket only ends the text
 }
 
 TEST_F(CalcParser, RefusesExpressionWithoutTerms) {
   EXPECT_FALSE(length("calc()").ok);
   EXPECT_FALSE(length("calc( )").ok);
   EXPECT_FALSE(length("calc(+ *)").ok);
-  // A missing closing bracket only moves the end of the expression.
-  EXPECT_FLOAT_EQ(length("calc(1px + 2px").value, 3);
 }
 
 // ---------------------------------------------------------------------------------------
@@ -303,48 +238,28 @@ TEST(BorderRadiusParser, GivesOneValueToAllCorners) {
   EXPECT_EQ(one->topLeft, 8);
   EXPECT_EQ(one->bottomLeft, 8);
   EXPECT_EQ(one->flag, 0u);
-  const auto bare = radius("4");
-  ASSERT_TRUE(bare);
-  EXPECT_EQ(bare->topRight, 4);
-}
-
-TEST(BorderRadiusParser, TakesFourCornersClockwiseFromTopLeft) {
-  const auto corners = radius("10px 0 10px\t0");
-  ASSERT_TRUE(corners);
-  EXPECT_EQ(corners->topLeft, 10);
-  EXPECT_EQ(corners->topRight, 0);
-  EXPECT_EQ(corners->bottomRight, 10);
-  EXPECT_EQ(corners->bottomLeft, 0);
-  EXPECT_EQ(corners->flag, 1u);
-  const auto bottomRight = radius("0 0 6px 0");
-  ASSERT_TRUE(bottomRight);
-  EXPECT_EQ(bottomRight->bottomRight, 6);
-  EXPECT_EQ(bottomRight->topLeft, 0);
-  const auto same = radius("3px 3px 3px 3px");
-  ASSERT_TRUE(same);
-  EXPECT_EQ(same->flag, 0u);
-}
-
-TEST(BorderRadiusParser, RefusesTwoDifferentNonZeroRadii) {
-  EXPECT_FALSE(radius("10px 5px 10px 5px"));
-  EXPECT_FALSE(radius("0 5px 0 6px"));
-}
-
-TEST(BorderRadiusParser, RefusesWrongTokenCountsSlashesAndNegatives) {
-  EXPECT_FALSE(radius("10px 10px"));
-  EXPECT_FALSE(radius("1px 1px 1px"));
-  EXPECT_FALSE(radius("1px 1px 1px 1px 1px"));
-  EXPECT_FALSE(radius("10px / 5px"));
-  EXPECT_FALSE(radius("10px/5px"));
-  EXPECT_FALSE(radius("-2px"));
-  EXPECT_FALSE(radius(""));
-  EXPECT_FALSE(radius("   "));
-}
-
-TEST(BorderRadiusParser, MarksViewportRadiiDynamic) {
+  EXPECT_EQ(radius("4")->topRight, 4);
   bool dynamic = false;
   EXPECT_TRUE(radius("2em", &dynamic));
   EXPECT_TRUE(dynamic);
+}
+
+TEST(BorderRadiusParser, TakesFourCornersClockwiseFromTopLeft) {
+  const auto corners = radius("0 10px\t10px 0");
+  ASSERT_TRUE(corners);
+  EXPECT_EQ(corners->topLeft, 0);
+  EXPECT_EQ(corners->topRight, 10);
+  EXPECT_EQ(corners->bottomRight, 10);
+  EXPECT_EQ(corners->bottomLeft, 0);
+  EXPECT_EQ(corners->flag, 1u);
+  EXPECT_EQ(radius("3px 3px 3px 3px")->flag, 0u);
+}
+
+TEST(BorderRadiusParser, RefusesTwoRadiiWrongCountsSlashesAndNegatives) {
+  for (const char* text : {"10px 5px 10px 5px", "0 5px 0 6px", "10px 10px", "1px 1px 1px",
+                           "1px 1px 1px 1px 1px", "10px / 5px", "-2px", "", "   "}) {
+    EXPECT_FALSE(radius(text)) << text;
+  }
 }
 
 // ---------------------------------------------------------------------------------------
