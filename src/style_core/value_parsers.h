@@ -21,7 +21,8 @@ bool parseHexBody(const char* digits, size_t count, uint8_t& r, uint8_t& g, uint
                   uint8_t& a);
 
 // A length in points: px, vw, vh, em, vmin, vmax, the safe-area keywords, calc(), min(),
-// max(), clamp(). A bare number is no length.
+// max(), clamp(). A bare number is no length. Numbers are read with atof, which reads on
+// past `length` ("1e" of "calc(1e-5)"): the text must be NUL-terminated somewhere after it.
 bool parse_vw(const char* value, size_t length, float& out, bool& dynamic, float em);
 bool parseSingleValue(const char* value, size_t length, float& out, bool& dynamic, float em);
 bool parseCalc(const char* value, size_t length, float& out, bool& dynamic, float em);

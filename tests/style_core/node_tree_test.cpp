@@ -9,7 +9,7 @@ using NodeTreeTest = testing::StyleTest;
 
 uint64_t measureFixed(int32_t screenId, YGNodeRef, float, uint8_t, float, uint8_t) {
   EXPECT_EQ(screenId, 7);
-  return packMeasuredSize(30.5f, 12.25f);
+  return packMeasuredSize(30.0f, 12.0f);
 }
 
 TEST_F(NodeTreeTest, ChildrenTakeTheScreenOfTheirParentButNotItsFontSize) {
@@ -46,8 +46,9 @@ TEST_F(NodeTreeTest, MeasuredLeavesTakeTheHooksSize) {
   setString(root, "alignItems", "flex-start");
   YGNodeRef text = createNode(root, 0, 1);
   calculate(root, 400, 300);
-  EXPECT_EQ(getLayout(text).width, 30.5f);
-  EXPECT_EQ(getLayout(text).height, 12.25f);
+  EXPECT_EQ(getLayout(text).width, 30.0f);
+  EXPECT_EQ(getLayout(text).height, 12.0f);
+  EXPECT_EQ(packMeasuredSize(1.0f, 2.0f), 0x3F80000040000000u);  // width high, height low
   markNodeDirty(text);
   EXPECT_TRUE(YGNodeIsDirty(text));
   markNodeDirty(root);  // no measure function: never marked
