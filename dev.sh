@@ -19,6 +19,8 @@ if [[ $command == sanitize ]]; then
   cmake -S . -B build-sanitize -G Ninja -DCMAKE_BUILD_TYPE=Debug -DTALVERO_SANITIZE=ON \
     -DTALVERO_BUILD_BENCHMARKS=OFF >/dev/null
   cmake --build build-sanitize
+  export LSAN_OPTIONS="suppressions=$PWD/tests/sanitizers/lsan.supp:print_suppressions=0"
+  export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
   cd build-sanitize && exec ctest --output-on-failure --timeout 600 -j"$(nproc)"
 fi
 cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
