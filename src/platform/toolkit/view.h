@@ -1,0 +1,72 @@
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "platform/toolkit/geometry.h"
+#include "platform/toolkit/layer.h"
+
+namespace talvero::toolkit {
+
+class DrawContext;
+
+// A view: one layer, drawn by a widget of the platform, with subviews placed at their
+// frames through their layer's transform. A later sibling draws on top. Main thread only.
+class View : public std::enable_shared_from_this<View> {
+ public:
+  View();
+  virtual ~View();
+  View(const View&) = delete;
+  View& operator=(const View&) = delete;
+
+  Layer& layer() { return *layer_; }
+  const Layer& layer() const { return *layer_; }
+
+  void addSubview(std::shared_ptr<View> child);
+  enum class Position { Above, Below };
+  // Above or below `relativeTo` among the siblings; on top (Above) or at the back (Below)
+  // when it is no subview of this view.
+  void addSubview(std::shared_ptr<View> child, Position position, const View* relativeTo);
+  void removeFromSuperview();
+  const std::vector<std::shared_ptr<View>>& subviews() const { return subviews_; }
+  View* superview() const { return superview_; }
+  bool isDescendantOf(const View* other) const;
+
+  // Hidden: not drawn, not hit; the frame is kept.
+  void setHidden(bool hidden);
+  bool isHidden() const { return layer_->hidden(); }
+
+  void setFrame(const Rect& frame);
+  Rect frame() const { return layer_->frame(); }
+  Rect bounds() const { return Rect{{0, 0}, layer_->bounds().size}; }
+
+  // A point of `from` (or of the root of this view's tree when null) in this view's bounds.
+  Point convertPoint(Point point, const View* from) const;
+  void setNeedsDisplay();
+  double backingScaleFactor() const;
+
+  // The deepest visible view under a point of the superview's coordinates, or null. A view
+  // may override it to claim the presses of its subviews.
+  virtual View* hitTest(Point pointInSuperview);
+
+  // Pointer events of the primary button, in this view's coordinates. The view hit at the
+  // press receives the drags and the release too.
+  virtual void mouseDown(Point) {}
+  virtual void mouseDragged(Point) {}
+  virtual void mouseUp(Point) {}
+
+  // Content drawn between the layer's background and the subviews (text, for a label).
+  virtual void drawContent(DrawContext&) {}
+
+  void* nativeWidget() const { return widget_; }  // GtkWidget*, for the toolkit's own files
+
+ private:
+  void attach(std::shared_ptr<View> child, size_t index);
+
+  std::unique_ptr<Layer> layer_;
+  std::vector<std::shared_ptr<View>> subviews_;
+  View* superview_ = nullptr;
+  void* widget_ = nullptr;
+};
+
+}  // namespace talvero::toolkit
