@@ -7,6 +7,10 @@
 set -euo pipefail
 cd "$(dirname "$0")"
 
+# GUI tests need an X server: a private Xvfb when there is no display.
+headless=()
+[[ -n ${DISPLAY:-} ]] || headless=(xvfb-run -a -s "-screen 0 1280x1024x24")
+
 command=${1:-run}
 case "$command" in run | test | bench | sanitize) ;; *)
   echo "usage: ./dev.sh run|test|bench|sanitize" >&2
@@ -21,13 +25,13 @@ if [[ $command == sanitize ]]; then
   cmake --build build-sanitize
   export LSAN_OPTIONS="suppressions=$PWD/tests/sanitizers/lsan.supp:print_suppressions=0"
   export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
-  cd build-sanitize && exec ctest --output-on-failure --timeout 600 -j"$(nproc)"
+  cd build-sanitize && exec "${headless[@]}" ctest --output-on-failure --timeout 600 -j"$(nproc)"
 fi
 cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
 cmake --build build
 
 case "$command" in
   run) exec build/talvero resources/examples/hello.js --exit-when-idle ;;
-  test) cd build && exec ctest --output-on-failure --timeout 300 -j"$(nproc)" ;;
+  test) cd build && exec "${headless[@]}" ctest --output-on-failure --timeout 300 -j"$(nproc)" ;;
   bench) build/talvero_bench && exec build/talvero_style_bench ;;
 esac

@@ -10,8 +10,11 @@ packages=(
   libjavascriptcoregtk-4.1-dev libglib2.0-dev
   # tests and benchmarks
   googletest libgtest-dev libgmock-dev libbenchmark-dev
-  # headless display for GUI tests
-  xvfb xauth
+  # view toolkit, text, images, fonts
+  libgtk-4-dev libpango1.0-dev libcairo2-dev libgdk-pixbuf-2.0-dev libfontconfig-dev
+  libfreetype-dev libpng-dev
+  # headless display for GUI tests, and fonts to draw with there
+  xvfb xauth fonts-dejavu-core
   # fuzzing: clang with its libFuzzer and sanitizer runtimes
   clang libclang-rt-14-dev
 )

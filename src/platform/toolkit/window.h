@@ -33,6 +33,8 @@ class Window {
   // Returns a token for `removeKeyMonitor`.
   int addKeyMonitor(std::function<void(uint16_t keyCode, bool down)> monitor);
   void removeKeyMonitor(int token);
+  // Hands a key event to the monitors, as the window does for each key of the user.
+  void deliverKey(uint16_t keyCode, bool down);
 
   void* nativeWindow() const { return window_; }  // GtkWindow*, for the toolkit's own files
 

@@ -1,0 +1,95 @@
+#include "platform/toolkit/view_widget.h"
+
+#include "platform/toolkit/draw_context.h"
+#include "platform/toolkit/view.h"
+
+struct _TalveroViewWidget {
+  GtkWidget parent;
+  talvero::toolkit::View* view;
+  std::function<void(talvero::toolkit::Size)>* rootResize;
+};
+
+G_DEFINE_TYPE(TalveroViewWidget, talvero_view_widget, GTK_TYPE_WIDGET)
+
+namespace {
+
+using namespace talvero::toolkit;
+
+void measureNothing(GtkWidget*, GtkOrientation, int, int* minimum, int* natural,
+                    int* minimumBaseline, int* naturalBaseline) {
+  *minimum = *natural = 0;
+  *minimumBaseline = *naturalBaseline = -1;
+}
+
+// Children sit at their frames through their layer's transform about its anchor point.
+void allocateChildren(GtkWidget* widget, int width, int height, int) {
+  auto* self = TALVERO_VIEW_WIDGET(widget);
+  if (!self->view) return;
+  if (!self->view->superview() && self->rootResize && *self->rootResize) {
+    (*self->rootResize)(Size{static_cast<double>(width), static_cast<double>(height)});
+  }
+  for (const auto& child : self->view->subviews()) {
+    auto* childWidget = static_cast<GtkWidget*>(child->nativeWidget());
+    if (!gtk_widget_get_visible(childWidget)) continue;
+    const Layer& layer = child->layer();
+    GskTransform* transform = toGskTransform(layer.toParent());
+    gtk_widget_allocate(childWidget, static_cast<int>(layer.bounds().width()),
+                        static_cast<int>(layer.bounds().height()), -1, transform);
+  }
+}
+
+void snapshotView(GtkWidget* widget, GtkSnapshot* snapshot) {
+  auto* self = TALVERO_VIEW_WIDGET(widget);
+  if (self->view) drawView(*self->view, snapshot, true);
+}
+
+// Hidden views are not mapped at all; a visible one takes the points of its bounds.
+gboolean containsPoint(GtkWidget* widget, double x, double y) {
+  auto* self = TALVERO_VIEW_WIDGET(widget);
+  if (!self->view) return FALSE;
+  return self->view->bounds().contains(Point{x, y});
+}
+
+void disposeWidget(GObject* object) {
+  auto* self = TALVERO_VIEW_WIDGET(object);
+  delete self->rootResize;
+  self->rootResize = nullptr;
+  G_OBJECT_CLASS(talvero_view_widget_parent_class)->dispose(object);
+}
+
+}  // namespace
+
+static void talvero_view_widget_class_init(TalveroViewWidgetClass* cls) {
+  GtkWidgetClass* widgetClass = GTK_WIDGET_CLASS(cls);
+  widgetClass->measure = measureNothing;
+  widgetClass->size_allocate = allocateChildren;
+  widgetClass->snapshot = snapshotView;
+  widgetClass->contains = containsPoint;
+  G_OBJECT_CLASS(cls)->dispose = disposeWidget;
+}
+
+static void talvero_view_widget_init(TalveroViewWidget* self) {
+  self->view = nullptr;
+  self->rootResize = nullptr;
+  gtk_widget_set_overflow(GTK_WIDGET(self), GTK_OVERFLOW_VISIBLE);
+}
+
+namespace talvero::toolkit {
+
+GtkWidget* newViewWidget(View* view) {
+  auto* widget = TALVERO_VIEW_WIDGET(g_object_new(TALVERO_TYPE_VIEW_WIDGET, nullptr));
+  widget->view = view;
+  return GTK_WIDGET(widget);
+}
+
+View* viewOfWidget(GtkWidget* widget) {
+  return TALVERO_IS_VIEW_WIDGET(widget) ? TALVERO_VIEW_WIDGET(widget)->view : nullptr;
+}
+
+void setRootResizeHook(GtkWidget* widget, std::function<void(Size)> hook) {
+  auto* self = TALVERO_VIEW_WIDGET(widget);
+  delete self->rootResize;
+  self->rootResize = new std::function<void(Size)>(std::move(hook));
+}
+
+}  // namespace talvero::toolkit
