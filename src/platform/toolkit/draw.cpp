@@ -210,6 +210,9 @@ void drawView(View& view, GtkSnapshot* snapshot, bool throughWidgets) {
   DrawContext context(snapshot);
   view.drawContent(context);
   auto* widget = static_cast<GtkWidget*>(view.nativeWidget());
+  if (auto* content = static_cast<GtkWidget*>(view.nativeContent()); content && throughWidgets) {
+    gtk_widget_snapshot_child(widget, content, snapshot);
+  }
   for (const auto& child : view.subviews()) {
     auto* childWidget = static_cast<GtkWidget*>(child->nativeWidget());
     if (throughWidgets) {

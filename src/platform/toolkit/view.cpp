@@ -36,7 +36,19 @@ View::View() : layer_(std::make_unique<Layer>()) {
   });
 }
 
+void View::setNativeContent(void* widget) {
+  GtkWidget* self = widgetOf(this);
+  if (nativeContent_) gtk_widget_unparent(static_cast<GtkWidget*>(nativeContent_));
+  nativeContent_ = widget;
+  if (widget) {
+    // Below every subview's widget, so that subviews stay on top for the pointer too.
+    gtk_widget_insert_after(static_cast<GtkWidget*>(widget), self, nullptr);
+  }
+  gtk_widget_queue_allocate(self);
+}
+
 View::~View() {
+  setNativeContent(nullptr);
   for (auto& child : subviews_) {
     child->superview_ = nullptr;
     gtk_widget_unparent(widgetOf(child.get()));

@@ -59,6 +59,11 @@ class View : public std::enable_shared_from_this<View> {
   virtual void drawContent(DrawContext&) {}
 
   void* nativeWidget() const { return widget_; }  // GtkWidget*, for the toolkit's own files
+  // A platform widget (GtkWidget*) that fills the view's bounds, drawn after its content and
+  // before its subviews, and given the pointer and keyboard by the platform itself: text
+  // fields and scroll views. Null removes it. For the toolkit's own files.
+  void setNativeContent(void* widget);
+  void* nativeContent() const { return nativeContent_; }
 
  private:
   void attach(std::shared_ptr<View> child, size_t index);
@@ -67,6 +72,7 @@ class View : public std::enable_shared_from_this<View> {
   std::vector<std::shared_ptr<View>> subviews_;
   View* superview_ = nullptr;
   void* widget_ = nullptr;
+  void* nativeContent_ = nullptr;
 };
 
 }  // namespace talvero::toolkit

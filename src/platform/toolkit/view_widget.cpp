@@ -1,5 +1,7 @@
 #include "platform/toolkit/view_widget.h"
 
+#include <algorithm>
+
 #include "platform/toolkit/draw_context.h"
 #include "platform/toolkit/view.h"
 
@@ -27,6 +29,16 @@ void allocateChildren(GtkWidget* widget, int width, int height, int) {
   if (!self->view) return;
   if (!self->view->superview() && self->rootResize && *self->rootResize) {
     (*self->rootResize)(Size{static_cast<double>(width), static_cast<double>(height)});
+  }
+  if (auto* content = static_cast<GtkWidget*>(self->view->nativeContent())) {
+    // Platform widgets insist on their minimum size; what does not fit is clipped by the view.
+    int minimumWidth = 0, minimumHeight = 0, natural = 0;
+    gtk_widget_measure(content, GTK_ORIENTATION_HORIZONTAL, -1, &minimumWidth, &natural, nullptr,
+                       nullptr);
+    gtk_widget_measure(content, GTK_ORIENTATION_VERTICAL, std::max(width, minimumWidth),
+                       &minimumHeight, &natural, nullptr, nullptr);
+    gtk_widget_allocate(content, std::max(width, minimumWidth), std::max(height, minimumHeight), -1,
+                        nullptr);
   }
   for (const auto& child : self->view->subviews()) {
     auto* childWidget = static_cast<GtkWidget*>(child->nativeWidget());
