@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # One entry for newcomers and CI: installs what is missing, builds, then runs.
-#   ./dev.sh run    the bundled example script
+#   ./dev.sh run    the desktop host with its bundled launcher (needs an X11 display)
 #   ./dev.sh test   every test (CTest)
 #   ./dev.sh bench  the benchmarks
 #   ./dev.sh sanitize  every test, built with AddressSanitizer and UBSan (in build-sanitize/)
@@ -31,7 +31,7 @@ cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
 cmake --build build
 
 case "$command" in
-  run) exec build/talvero resources/examples/hello.js --exit-when-idle ;;
+  run) exec build/talvero ;;
   test) cd build && exec "${headless[@]}" ctest --output-on-failure --timeout 300 -j"$(nproc)" ;;
   bench) build/talvero_bench && exec build/talvero_style_bench ;;
 esac

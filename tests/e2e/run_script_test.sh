@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Runs the talvero binary on one script and checks its standard output and exit status.
+# Runs one script through the talvero binary directly (--run: no window, no launcher) and
+# checks its standard output and exit status.
 # The script's first line says the expected status ("// status: N", 0 when absent); its
 # expected standard output is the file beside it with the extension ".expected".
 set -u
@@ -11,7 +12,7 @@ expected_status=${expected_status:-0}
 
 actual_output=$(mktemp)
 trap 'rm -f "$actual_output"' EXIT
-timeout 20 "$binary" "$script" --exit-when-idle >"$actual_output" 2>/dev/null
+timeout 20 "$binary" --run "$script" --exit-when-idle >"$actual_output" 2>/dev/null
 status=$?
 
 failed=0

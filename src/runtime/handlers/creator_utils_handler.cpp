@@ -1,5 +1,7 @@
 #include "runtime/handlers/creator_utils_handler.h"
 
+#include "runtime/keyboard_state.h"
+
 namespace talvero {
 
 CreatorUtilsHandler::CreatorUtilsHandler(std::shared_ptr<AnimationManager> animationManager)
@@ -12,7 +14,11 @@ CreatorUtilsHandler::CreatorUtilsHandler(std::shared_ptr<AnimationManager> anima
            })
       .add("stopAnimation", [animations](int64_t id) { animations->stopAnimation(id); })
       .add("pauseAnimation", [animations](int64_t id) { animations->pauseAnimation(id); })
-      .add("resumeAnimation", [animations](int64_t id) { animations->resumeAnimation(id); });
+      .add("resumeAnimation", [animations](int64_t id) { animations->resumeAnimation(id); })
+      .add("inputKey", [](ScriptValue name) {
+        const auto text = name.toStringIfAny();
+        return text && KeyboardState::shared().isPressed(*text);
+      });
 }
 
 }  // namespace talvero

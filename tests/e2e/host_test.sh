@@ -1,0 +1,53 @@
+#!/usr/bin/env bash
+# The talvero host end to end. The self-test modes and a missing bundle need no display; a
+# launch opens the window on a virtual X server, runs the bundled launcher, and keeps running
+# until it is stopped.
+set -u
+binary=$1
+failed=0
+out=$(mktemp)
+err=$(mktemp)
+trap 'rm -f "$out" "$err"' EXIT
+
+fail() {
+  echo "$1"
+  failed=1
+}
+expect_status() {
+  [[ $1 -eq $2 ]] || fail "$3: exit status $1, expected $2"
+}
+expect_line() {
+  grep -qxF -- "$2" "$1" || fail "missing line in $1: $2"
+}
+
+# Both self-test flags: the launcher test wins, and neither exists yet.
+timeout 20 "$binary" --verify --verify-launcher >"$out" 2>"$err"
+expect_status $? 1 "--verify-launcher"
+printf '%s\n' "[TalveroApp] applicationDidFinishLaunching" \
+  "[TalveroApp] --verify-launcher: the launcher self-test is not implemented yet" |
+  diff -u - "$out" || fail "--verify-launcher output differs"
+
+# A bundle that does not open stops the process before anything runs.
+timeout 20 "$binary" --bundle /nonexistent/talvero-bundle app.js >"$out" 2>"$err"
+expect_status $? 70 "--bundle of a missing directory"
+expect_line "$err" "Fatal error: could not load resource bundle: from /nonexistent/talvero-bundle"
+[[ -s $out ]] && fail "output before the bundle was found: $(cat "$out")"
+
+# A launch with the bundle beside the executable: the window stays open until stopped.
+xvfb-run -a timeout 4 "$binary" -x.js demo.js >"$out" 2>"$err"
+expect_status $? 124 "launch (stopped by timeout)"
+expect_line "$out" "[TalveroApp] applicationDidFinishLaunching"
+expect_line "$out" "[provenance] runtime 1.0.0 · creator-gl physics=OFF"
+expect_line "$out" "[TalveroApp] launch([\"$binary\",\"-x.js\",\"demo.js\"])"
+expect_line "$out" "[launcher] argv: [\"$binary\",\"-x.js\",\"demo.js\"]"
+expect_line "$out" "[launcher] launch argument: demo.js"
+[[ $(head -n 1 "$out") == "[TalveroApp] applicationDidFinishLaunching" ]] ||
+  fail "the first line is not the launch notice"
+
+[[ $failed -eq 0 ]] || {
+  echo "--- standard output"
+  cat "$out"
+  echo "--- standard error"
+  cat "$err"
+}
+exit $failed
