@@ -45,8 +45,8 @@ void allocateChildren(GtkWidget* widget, int width, int height, int) {
     if (!gtk_widget_get_visible(childWidget)) continue;
     const Layer& layer = child->layer();
     GskTransform* transform = toGskTransform(layer.toParent());
-    gtk_widget_allocate(childWidget, static_cast<int>(layer.bounds().width()),
-                        static_cast<int>(layer.bounds().height()), -1, transform);
+    gtk_widget_allocate(childWidget, std::max(0, static_cast<int>(layer.bounds().width())),
+                        std::max(0, static_cast<int>(layer.bounds().height())), -1, transform);
   }
 }
 
