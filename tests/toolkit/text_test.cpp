@@ -31,18 +31,22 @@ class TextTest : public ::testing::Test {
   void SetUp() override { ASSERT_TRUE(initToolkit()) << "no display: run under xvfb-run"; }
 };
 
-// The box around the pixels that match, in a bitmap; empty (width < 0) when none do.
+// Columns [left, right) and rows [top, bottom) of a bitmap.
+struct Area {
+  int left = 0, top = 0, right = 1 << 30, bottom = 1 << 30;
+};
+
+// The box around the pixels that match.
 struct Ink {
   int left = 1 << 30, top = 1 << 30, right = -1, bottom = -1;
   int count = 0;
-  int width() const { return right - left; }
 };
 
 template <typename Match>
-Ink inkOf(const Bitmap& bitmap, Match match) {
+Ink inkOf(const Bitmap& bitmap, Match match, Area area = {}) {
   Ink ink;
-  for (int y = 0; y < bitmap.height; ++y) {
-    for (int x = 0; x < bitmap.width; ++x) {
+  for (int y = area.top; y < std::min(bitmap.height, area.bottom); ++y) {
+    for (int x = area.left; x < std::min(bitmap.width, area.right); ++x) {
       if (!match(bitmap.pixel(x, y))) continue;
       ink.left = std::min(ink.left, x);
       ink.right = std::max(ink.right, x);
@@ -62,6 +66,9 @@ bool reddish(const uint8_t* p) {
 }
 bool bluish(const uint8_t* p) {
   return p[3] > 200 && p[2] > 180 && p[0] < 110 && p[1] < 110;
+}
+bool marked(const uint8_t* p) {
+  return p[3] > 200 && p[0] < 200;
 }
 
 std::shared_ptr<Label> makeLabel(const std::string& text, Rect frame = {{0, 0}, {200, 40}}) {
@@ -115,7 +122,7 @@ TEST_F(LabelTest, TextInABoxOfItsMeasuredSizeWrapsAsMeasured) {
   EXPECT_GT(ink.bottom, fits.height / 2);  // the last line is drawn, not clipped away
 }
 
-TEST_F(LabelTest, AlignmentMovesTheInk) {
+TEST_F(LabelTest, AlignmentMovesTheInkAndNaturalFollowsTheScript) {
   auto label = makeLabel("Mid");
   auto inkFor = [&](TextAlignment alignment) {
     label->setAlignment(alignment);
@@ -128,29 +135,26 @@ TEST_F(LabelTest, AlignmentMovesTheInk) {
   EXPECT_LT(left.left, 5);
   EXPECT_NEAR((centre.left + centre.right) / 2.0, 100, 3);
   EXPECT_GT(right.right, 194);
-  EXPECT_EQ(natural.left, left.left);  // Latin text runs from the left
-}
-
-TEST_F(LabelTest, NaturalAlignmentPutsRightToLeftTextOnTheRight) {
-  auto label = makeLabel("שלום");
-  label->setAlignment(TextAlignment::Natural);
-  EXPECT_GT(inkOf(renderView(*label), dark).right, 194);
-  label->setAlignment(TextAlignment::Left);
-  EXPECT_LT(inkOf(renderView(*label), dark).left, 5);
+  EXPECT_EQ(natural.left, left.left);
+  label->setString("שלום");
+  EXPECT_GT(inkFor(TextAlignment::Natural).right, 194);
+  EXPECT_LT(inkFor(TextAlignment::Left).left, 5);
 }
 
 TEST_F(LabelTest, JustifiedLinesFillTheWidthButTheLastDoesNot) {
-  auto label = makeLabel("aa bb cc dd ee ff gg hh ii jj kk ll mm nn oo", {{0, 0}, {150, 200}});
-  label->setAlignment(TextAlignment::Justified);
-  const Bitmap bitmap = renderView(*label);
-  const double lineHeight = label->sizeThatFits(INFINITY).height;
-  Bitmap firstLine = bitmap;
-  firstLine.height = static_cast<int>(lineHeight);
-  EXPECT_GT(inkOf(firstLine, dark).right, 140);
+  auto label = makeLabel("aa bb cc dd ee ff gg hh ii jj kk ll mm nn oo pp qq rr ss tt u",
+                         {{0, 0}, {150, 200}});
+  const int lineHeight = static_cast<int>(label->sizeThatFits(INFINITY).height);
+  const int lines = static_cast<int>(std::lround(label->sizeThatFits(150).height / lineHeight));
+  ASSERT_GE(lines, 3);
+  const Area firstLine{0, 0, 150, lineHeight};
+  const Area lastLine{0, (lines - 1) * lineHeight, 150, lines * lineHeight};
   label->setAlignment(TextAlignment::Left);
-  Bitmap leftFirstLine = renderView(*label);
-  leftFirstLine.height = static_cast<int>(lineHeight);
-  EXPECT_LT(inkOf(leftFirstLine, dark).right, inkOf(firstLine, dark).right);
+  const int raggedRight = inkOf(renderView(*label), dark, firstLine).right;
+  label->setAlignment(TextAlignment::Justified);
+  const Bitmap justified = renderView(*label);
+  EXPECT_GT(inkOf(justified, dark, firstLine).right, std::max(raggedRight, 145));
+  EXPECT_LT(inkOf(justified, dark, lastLine).right, 100);
 }
 
 TEST_F(LabelTest, LetterSpacingWidensTheText) {
@@ -182,48 +186,31 @@ TEST_F(LabelTest, RunsKeepTheirOwnColourAndFont) {
   EXPECT_EQ(inkOf(bitmap, dark).count, 0);  // no run fell back to the black text colour
 }
 
-bool marked(const uint8_t* p) {
-  return p[3] > 200 && p[0] < 200;
-}
-
-// The rows marked within columns [left, right).
-Ink inkBetween(const Bitmap& bitmap, int left, int right) {
-  Bitmap strip;
-  strip.width = right - left;
-  strip.height = bitmap.height;
-  for (int y = 0; y < bitmap.height; ++y) {
-    for (int x = left; x < right; ++x) {
-      strip.rgba.insert(strip.rgba.end(), bitmap.pixel(x, y), bitmap.pixel(x, y) + 4);
-    }
-  }
-  return inkOf(strip, marked);
-}
-
 TEST_F(LabelTest, UnderlineAndStrikethroughDrawLinesAcrossTheGapsOfTheRun) {
   auto label = makeLabel("");
   TextRun run("x   x");
   label->setAttributedString(AttributedString{{run}});
   const Bitmap plain = renderView(*label);
   const Ink letters = inkOf(plain, marked);
-  // The columns between the two letters.
+  // The columns between the two letters, less a margin for the letters' antialiasing.
   int gapLeft = letters.left;
-  while (inkBetween(plain, gapLeft, gapLeft + 1).count > 0) ++gapLeft;
+  while (inkOf(plain, marked, {gapLeft, 0, gapLeft + 1}).count > 0) ++gapLeft;
   int gapRight = gapLeft;
-  while (inkBetween(plain, gapRight, gapRight + 1).count == 0) ++gapRight;
+  while (inkOf(plain, marked, {gapRight, 0, gapRight + 1}).count == 0) ++gapRight;
   ASSERT_GT(gapRight - gapLeft, 6);
   gapLeft += 2;
   gapRight -= 2;
 
   run.underline = true;
   label->setAttributedString(AttributedString{{run}});
-  const Ink underline = inkBetween(renderView(*label), gapLeft, gapRight);
+  const Ink underline = inkOf(renderView(*label), marked, {gapLeft, 0, gapRight});
   run.underline = false;
   run.strikethrough = true;
   label->setAttributedString(AttributedString{{run}});
-  const Ink strike = inkBetween(renderView(*label), gapLeft, gapRight);
+  const Ink strike = inkOf(renderView(*label), marked, {gapLeft, 0, gapRight});
 
-  EXPECT_EQ(underline.width(), gapRight - gapLeft - 1);
-  EXPECT_EQ(strike.width(), gapRight - gapLeft - 1);
+  EXPECT_EQ(underline.right - underline.left, gapRight - gapLeft - 1);
+  EXPECT_EQ(strike.right - strike.left, gapRight - gapLeft - 1);
   EXPECT_GE(underline.top, letters.bottom - 1);  // under the baseline
   EXPECT_GT(strike.top, letters.top);            // through the middle of the letters
   EXPECT_LT(strike.bottom, letters.bottom);
@@ -265,13 +252,6 @@ TEST_F(FontTest, TraitsChooseAnotherFace) {
   EXPECT_EQ(regular.withTrait(FontTrait::Italic).faceName(), "DejaVu Sans Oblique");
   EXPECT_EQ(bold.withTrait(FontTrait::Italic).faceName(), "DejaVu Sans Bold Oblique");
   EXPECT_EQ(Font("DejaVu Sans", 14, 900).withTrait(FontTrait::Bold).weight(), 900);
-}
-
-TEST_F(FontTest, BoldTextNeedsMoreRoom) {
-  auto label = makeLabel("Wide words");
-  const double regular = label->sizeThatFits(INFINITY).width;
-  label->setFont(label->font().withTrait(FontTrait::Bold));
-  EXPECT_GT(label->sizeThatFits(INFINITY).width, regular + 5);
 }
 
 TEST_F(FontTest, NamedFindsOnlyKnownFamilies) {
@@ -408,7 +388,7 @@ TEST_F(TextFieldTest, TypedTextIsReadBackAndReportedOncePerEdit) {
   EXPECT_EQ(changes.back(), "héllo wörld");
 }
 
-TEST_F(TextFieldTest, ProgrammaticTextIsNotReported) {
+TEST_F(TextFieldTest, ProgrammaticTextAndTypingIntoAReadOnlyFieldAreNotReported) {
   TextField field;
   int changes = 0;
   field.setOnTextChange([&](const std::string&) { ++changes; });
@@ -417,15 +397,6 @@ TEST_F(TextFieldTest, ProgrammaticTextIsNotReported) {
   field.setString("set by the program");
   field.setString("");
   EXPECT_EQ(field.string(), "");
-  EXPECT_EQ(changes, 0);
-  field.insertAtCursor("typed");
-  EXPECT_EQ(changes, 1);
-}
-
-TEST_F(TextFieldTest, ReadOnlyFieldIgnoresTyping) {
-  TextField field;
-  int changes = 0;
-  field.setOnTextChange([&](const std::string&) { ++changes; });
   field.setString("fixed");
   field.setEditable(false);
   field.insertAtCursor("x");

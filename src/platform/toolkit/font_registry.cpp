@@ -21,6 +21,20 @@ std::set<std::string>& knownFaces() {
   return faces;
 }
 
+// Files written for fonts given as bytes: fontconfig and FreeType read them by path for as long
+// as the process lives, and they go when it ends.
+struct OwnedFiles {
+  std::vector<std::string> paths;
+  ~OwnedFiles() {
+    for (const std::string& path : paths) unlink(path.c_str());
+  }
+};
+
+OwnedFiles& ownedFiles() {
+  static OwnedFiles files;
+  return files;
+}
+
 std::string contentHash(const std::vector<uint8_t>& bytes) {
   char* digest = g_compute_checksum_for_data(G_CHECKSUM_SHA256, bytes.data(), bytes.size());
   std::string hash = digest;
@@ -92,6 +106,7 @@ FontRegistration registerFaces(const std::string& path, const std::vector<uint8_
     return failure("the font could not be added to the font configuration");
   }
   for (const Face& face : faces) knownFaces().insert(face.key);
+  if (owned) ownedFiles().paths.push_back(path);
   // Pango keeps its own list of families: make it read the configuration again.
   PangoFontMap* map = pango_cairo_font_map_get_default();
   if (PANGO_IS_FC_FONT_MAP(map)) pango_fc_font_map_config_changed(PANGO_FC_FONT_MAP(map));
@@ -111,7 +126,7 @@ FontRegistration registerFontFile(const std::string& path) {
 
 FontRegistration registerFontData(const std::vector<uint8_t>& bytes) {
   if (bytes.empty()) return failure("no font data");
-  // fontconfig reads fonts from files only. The file stays while the font is registered.
+  // fontconfig reads fonts from files only.
   char* path = nullptr;
   GError* error = nullptr;
   const int fd = g_file_open_tmp("talvero-font-XXXXXX", &path, &error);
