@@ -4,7 +4,6 @@
 #include <pango/pangocairo.h>
 
 #include <algorithm>
-#include <cstring>
 #include <sstream>
 
 namespace talvero::toolkit {
