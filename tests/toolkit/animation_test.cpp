@@ -128,6 +128,31 @@ TEST_F(AnimationTest, FillForwardsWithoutRemovalKeepsTheFinalValue) {
   EXPECT_DOUBLE_EQ(layer.presentation().transform.m[12], 0);
 }
 
+TEST_F(AnimationTest, ACompletionMayRemoveAndFreeItsOwnView) {
+  auto incoming = std::make_shared<View>();
+  incoming->setFrame(Rect{{0, 0}, {100, 100}});
+  root->addSubview(incoming);
+  BasicAnimation out =
+      animation("transform.translation.x", 0.0, -100.0, 0.3, TimingFunction::EaseInEaseOut);
+  out.fillMode = FillMode::Forwards;
+  out.removedOnCompletion = false;
+  std::weak_ptr<View> outgoing = box;
+  out.completion = [&](bool) {
+    box->removeFromSuperview();
+    box.reset();
+  };
+  box->layer().addAnimation(out, "routerSlide");
+  incoming->layer().addAnimation(
+      animation("transform.translation.x", 100.0, 0.0, 0.3, TimingFunction::EaseInEaseOut),
+      "routerSlide");
+  advanceTo(now + 0.15);
+  EXPECT_NEAR(incoming->layer().presentation().transform.m[12], 50, 1e-9);
+  advanceTo(now + 0.15);
+  EXPECT_TRUE(outgoing.expired());
+  EXPECT_EQ(root->subviews().size(), 1u);
+  EXPECT_EQ(incoming->layer().presentation().transform.m[12], 0);
+}
+
 TEST_F(AnimationTest, FillBackwardsHoldsTheStartDuringTheDelay) {
   Layer& layer = box->layer();
   BasicAnimation late = animation("opacity", 0.2, 0.6, 1);
