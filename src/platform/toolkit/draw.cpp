@@ -20,11 +20,10 @@ graphene_rect_t toGraphene(const Rect& rect) {
 }
 
 // The layer's box with its corner radius on the masked corners only, cut to what fits.
-GskRoundedRect roundedBox(const Layer& layer) {
-  const Rect box{{0, 0}, layer.bounds().size};
+GskRoundedRect roundedBox(const Layer& layer, const LayerValues& shown) {
+  const Rect box{{0, 0}, shown.bounds.size};
   const double limit = std::min(box.width(), box.height()) / 2;
-  const auto radius =
-      static_cast<float>(std::clamp(layer.cornerRadius(), 0.0, std::max(limit, 0.0)));
+  const auto radius = static_cast<float>(std::clamp(shown.cornerRadius, 0.0, std::max(limit, 0.0)));
   auto corner = [&](uint32_t mask) {
     const float r = (layer.maskedCorners() & mask) ? radius : 0.0f;
     return graphene_size_t{r, r};
@@ -38,23 +37,23 @@ GskRoundedRect roundedBox(const Layer& layer) {
   return rounded;
 }
 
-bool isRounded(const Layer& layer) {
-  return layer.cornerRadius() > 0 && layer.maskedCorners() != 0;
+bool isRounded(const Layer& layer, const LayerValues& shown) {
+  return shown.cornerRadius > 0 && layer.maskedCorners() != 0;
 }
 
-void pushClip(const Layer& layer, GtkSnapshot* snapshot) {
-  if (isRounded(layer)) {
-    const GskRoundedRect rounded = roundedBox(layer);
+void pushClip(const Layer& layer, const LayerValues& shown, GtkSnapshot* snapshot) {
+  if (isRounded(layer, shown)) {
+    const GskRoundedRect rounded = roundedBox(layer, shown);
     gtk_snapshot_push_rounded_clip(snapshot, &rounded);
   } else {
-    const graphene_rect_t box = toGraphene(Rect{{0, 0}, layer.bounds().size});
+    const graphene_rect_t box = toGraphene(Rect{{0, 0}, shown.bounds.size});
     gtk_snapshot_push_clip(snapshot, &box);
   }
 }
 
 // Where the contents land for each gravity, in the layer's coordinates.
-Rect contentsRect(const Layer& layer, const Image& image) {
-  const double w = layer.bounds().width(), h = layer.bounds().height();
+Rect contentsRect(const Layer& layer, const LayerValues& shown, const Image& image) {
+  const double w = shown.bounds.width(), h = shown.bounds.height();
   const double iw = image.width(), ih = image.height();
   switch (layer.contentsGravity()) {
     case ContentsGravity::Resize:
@@ -74,7 +73,7 @@ Rect contentsRect(const Layer& layer, const Image& image) {
   return Rect{{0, 0}, {w, h}};
 }
 
-void drawGradient(const Layer& layer, const GradientPaint& paint, GtkSnapshot* snapshot) {
+void drawGradient(const LayerValues& shown, const GradientPaint& paint, GtkSnapshot* snapshot) {
   if (paint.colors.size() < 2) return;
   std::vector<GskColorStop> stops;
   double last = 0;
@@ -85,7 +84,7 @@ void drawGradient(const Layer& layer, const GradientPaint& paint, GtkSnapshot* s
     last = offset;
     stops.push_back(GskColorStop{static_cast<float>(offset), toGdk(paint.colors[i])});
   }
-  const double w = layer.bounds().width(), h = layer.bounds().height();
+  const double w = shown.bounds.width(), h = shown.bounds.height();
   const graphene_rect_t box = toGraphene(Rect{{0, 0}, {w, h}});
   const graphene_point_t start = GRAPHENE_POINT_INIT(static_cast<float>(paint.start.x * w),
                                                      static_cast<float>(paint.start.y * h));
@@ -101,32 +100,32 @@ void drawGradient(const Layer& layer, const GradientPaint& paint, GtkSnapshot* s
   }
 }
 
-void drawBorder(const Layer& layer, GtkSnapshot* snapshot) {
-  if (layer.borderWidth() <= 0 || layer.borderColor().alpha <= 0) return;
-  const GskRoundedRect rounded = roundedBox(layer);
-  const auto width = static_cast<float>(layer.borderWidth());
+void drawBorder(const Layer& layer, const LayerValues& shown, GtkSnapshot* snapshot) {
+  if (shown.borderWidth <= 0 || shown.borderColor.alpha <= 0) return;
+  const GskRoundedRect rounded = roundedBox(layer, shown);
+  const auto width = static_cast<float>(shown.borderWidth);
   const float widths[4] = {width, width, width, width};
-  const GdkRGBA colour = toGdk(layer.borderColor());
+  const GdkRGBA colour = toGdk(shown.borderColor);
   const GdkRGBA colours[4] = {colour, colour, colour, colour};
   gtk_snapshot_append_border(snapshot, &rounded, widths, colours);
 }
 
 // The layer's own paint below whatever it holds: background, gradient and contents.
-void drawBackground(const Layer& layer, GtkSnapshot* snapshot) {
-  const bool rounded = isRounded(layer);
+void drawBackground(const Layer& layer, const LayerValues& shown, GtkSnapshot* snapshot) {
+  const bool rounded = isRounded(layer, shown);
   if (rounded) {
-    const GskRoundedRect box = roundedBox(layer);
+    const GskRoundedRect box = roundedBox(layer, shown);
     gtk_snapshot_push_rounded_clip(snapshot, &box);
   }
-  const graphene_rect_t box = toGraphene(Rect{{0, 0}, layer.bounds().size});
-  if (layer.backgroundColor() && layer.backgroundColor()->alpha > 0) {
-    const GdkRGBA colour = toGdk(*layer.backgroundColor());
+  const graphene_rect_t box = toGraphene(Rect{{0, 0}, shown.bounds.size});
+  if (shown.backgroundColor && shown.backgroundColor->alpha > 0) {
+    const GdkRGBA colour = toGdk(*shown.backgroundColor);
     gtk_snapshot_append_color(snapshot, &colour, &box);
   }
-  if (layer.gradient()) drawGradient(layer, *layer.gradient(), snapshot);
+  if (layer.gradient()) drawGradient(shown, *layer.gradient(), snapshot);
   if (rounded) gtk_snapshot_pop(snapshot);
   if (const auto& image = layer.contents()) {
-    const graphene_rect_t target = toGraphene(contentsRect(layer, *image));
+    const graphene_rect_t target = toGraphene(contentsRect(layer, shown, *image));
     gtk_snapshot_append_texture(snapshot, GDK_TEXTURE(image->texture()), &target);
   }
 }
@@ -142,13 +141,65 @@ std::vector<const Layer*> sublayersByZ(const Layer& layer, bool front) {
   return ordered;
 }
 
+void drawLayerShown(const Layer& layer, const LayerValues& shown, GtkSnapshot* snapshot);
+
+// Layers draw where they are on screen now, so that running animations show.
 void drawSublayer(const Layer& layer, GtkSnapshot* snapshot) {
+  const LayerValues shown = layer.presentation();
   gtk_snapshot_save(snapshot);
-  GskTransform* transform = toGskTransform(layer.toParent());
+  GskTransform* transform = toGskTransform(shown.toParent());
   gtk_snapshot_transform(snapshot, transform);
   gsk_transform_unref(transform);
-  drawLayerOwnContent(layer, snapshot);
+  drawLayerShown(layer, shown, snapshot);
   gtk_snapshot_restore(snapshot);
+}
+
+void drawLayerShown(const Layer& layer, const LayerValues& shown, GtkSnapshot* snapshot) {
+  if (layer.hidden()) return;
+  const bool faded = shown.opacity < 1;
+  if (faded) gtk_snapshot_push_opacity(snapshot, shown.opacity);
+  drawBackground(layer, shown, snapshot);
+  if (layer.masksToBounds()) pushClip(layer, shown, snapshot);
+  for (const Layer* sublayer : sublayersByZ(layer, false)) drawSublayer(*sublayer, snapshot);
+  for (const Layer* sublayer : sublayersByZ(layer, true)) drawSublayer(*sublayer, snapshot);
+  if (layer.masksToBounds()) gtk_snapshot_pop(snapshot);
+  drawBorder(layer, shown, snapshot);
+  if (faded) gtk_snapshot_pop(snapshot);
+}
+
+void drawViewShown(View& view, const LayerValues& shown, GtkSnapshot* snapshot,
+                   bool throughWidgets) {
+  const Layer& layer = view.layer();
+  if (layer.hidden()) return;
+  const bool faded = shown.opacity < 1;
+  if (faded) gtk_snapshot_push_opacity(snapshot, shown.opacity);
+  drawBackground(layer, shown, snapshot);
+  if (layer.masksToBounds()) pushClip(layer, shown, snapshot);
+  for (const Layer* sublayer : sublayersByZ(layer, false)) drawSublayer(*sublayer, snapshot);
+  DrawContext context(snapshot);
+  view.drawContent(context);
+  auto* widget = static_cast<GtkWidget*>(view.nativeWidget());
+  if (auto* content = static_cast<GtkWidget*>(view.nativeContent()); content && throughWidgets) {
+    gtk_widget_snapshot_child(widget, content, snapshot);
+  }
+  for (const auto& child : view.subviews()) {
+    auto* childWidget = static_cast<GtkWidget*>(child->nativeWidget());
+    if (throughWidgets) {
+      gtk_widget_snapshot_child(widget, childWidget, snapshot);
+    } else if (!child->isHidden()) {
+      const LayerValues childShown = child->layer().presentation();
+      gtk_snapshot_save(snapshot);
+      GskTransform* transform = toGskTransform(childShown.toParent());
+      gtk_snapshot_transform(snapshot, transform);
+      gsk_transform_unref(transform);
+      drawViewShown(*child, childShown, snapshot, false);
+      gtk_snapshot_restore(snapshot);
+    }
+  }
+  for (const Layer* sublayer : sublayersByZ(layer, true)) drawSublayer(*sublayer, snapshot);
+  if (layer.masksToBounds()) gtk_snapshot_pop(snapshot);
+  drawBorder(layer, shown, snapshot);
+  if (faded) gtk_snapshot_pop(snapshot);
 }
 
 }  // namespace
@@ -187,49 +238,11 @@ GskTransform* toGskTransform(const Transform3D& t) {
 }
 
 void drawLayerOwnContent(const Layer& layer, GtkSnapshot* snapshot) {
-  if (layer.hidden()) return;
-  const bool faded = layer.opacity() < 1;
-  if (faded) gtk_snapshot_push_opacity(snapshot, layer.opacity());
-  drawBackground(layer, snapshot);
-  if (layer.masksToBounds()) pushClip(layer, snapshot);
-  for (const Layer* sublayer : sublayersByZ(layer, false)) drawSublayer(*sublayer, snapshot);
-  for (const Layer* sublayer : sublayersByZ(layer, true)) drawSublayer(*sublayer, snapshot);
-  if (layer.masksToBounds()) gtk_snapshot_pop(snapshot);
-  drawBorder(layer, snapshot);
-  if (faded) gtk_snapshot_pop(snapshot);
+  drawLayerShown(layer, layer.presentation(), snapshot);
 }
 
 void drawView(View& view, GtkSnapshot* snapshot, bool throughWidgets) {
-  const Layer& layer = view.layer();
-  if (layer.hidden()) return;
-  const bool faded = layer.opacity() < 1;
-  if (faded) gtk_snapshot_push_opacity(snapshot, layer.opacity());
-  drawBackground(layer, snapshot);
-  if (layer.masksToBounds()) pushClip(layer, snapshot);
-  for (const Layer* sublayer : sublayersByZ(layer, false)) drawSublayer(*sublayer, snapshot);
-  DrawContext context(snapshot);
-  view.drawContent(context);
-  auto* widget = static_cast<GtkWidget*>(view.nativeWidget());
-  if (auto* content = static_cast<GtkWidget*>(view.nativeContent()); content && throughWidgets) {
-    gtk_widget_snapshot_child(widget, content, snapshot);
-  }
-  for (const auto& child : view.subviews()) {
-    auto* childWidget = static_cast<GtkWidget*>(child->nativeWidget());
-    if (throughWidgets) {
-      gtk_widget_snapshot_child(widget, childWidget, snapshot);
-    } else if (!child->isHidden()) {
-      gtk_snapshot_save(snapshot);
-      GskTransform* transform = toGskTransform(child->layer().toParent());
-      gtk_snapshot_transform(snapshot, transform);
-      gsk_transform_unref(transform);
-      drawView(*child, snapshot, false);
-      gtk_snapshot_restore(snapshot);
-    }
-  }
-  for (const Layer* sublayer : sublayersByZ(layer, true)) drawSublayer(*sublayer, snapshot);
-  if (layer.masksToBounds()) gtk_snapshot_pop(snapshot);
-  drawBorder(layer, snapshot);
-  if (faded) gtk_snapshot_pop(snapshot);
+  drawViewShown(view, view.layer().presentation(), snapshot, throughWidgets);
 }
 
 }  // namespace talvero::toolkit

@@ -4,8 +4,10 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
+#include "platform/toolkit/animation.h"
 #include "platform/toolkit/geometry.h"
 #include "platform/toolkit/image.h"
 
@@ -30,6 +32,25 @@ struct GradientPaint {
   Point start{0.5, 1};
   Point end{0.5, 0};  // radial: the point at the end of the radius on each axis
 };
+
+// The animatable values of a layer, with the anchor point that places them: as set (the
+// model), or as on screen now (the presentation: the model with running animations applied).
+struct LayerValues {
+  Rect bounds;
+  Point position;
+  Point anchorPoint{0.5, 0.5};
+  Transform3D transform;
+  double opacity = 1;
+  std::optional<Color> backgroundColor;
+  Color borderColor{0, 0, 0, 1};
+  double borderWidth = 0;
+  double cornerRadius = 0;
+
+  // Parent coordinates to the layer's: position, anchor and transform.
+  Transform3D toParent() const;
+};
+
+enum class AnimatedProperty : uint8_t;
 
 // What a view draws, and how it sits in its parent: the geometry, the look and the
 // sublayers. Each view has one; sublayers with a negative z draw behind the view's content,
@@ -89,11 +110,48 @@ class Layer {
   const std::vector<std::shared_ptr<Layer>>& sublayers() const { return sublayers_; }
   Layer* superlayer() const { return superlayer_; }
 
-  // Called after any change, by the owning view to redraw.
+  // Called after any change, by the owning view to redraw; on every frame while an animation
+  // runs.
   void setOnChange(std::function<void()> onChange);
 
+  // Animations. Adding under a key replaces the animation of that key, which then completes
+  // unfinished; an empty key replaces nothing. False, with a log line, for an unknown key path
+  // or a value of the wrong kind: its completion then runs unfinished.
+  bool addAnimation(BasicAnimation animation, const std::string& key);
+  void removeAnimation(const std::string& key);
+  void removeAllAnimations();
+  bool hasAnimation(const std::string& key) const;
+  // True while an animation has not reached its end.
+  bool hasRunningAnimations() const;
+  LayerValues modelValues() const;
+  LayerValues presentation() const;
+
+  // For the toolkit's own files: the owning view's widget (GtkWidget*), whose frame clock
+  // drives the animations while it is on screen.
+  void setAnimationHost(void* widget) { animationHost_ = widget; }
+  void* animationHost() const { return animationHost_; }
+
  private:
+  struct AttachedAnimation {
+    std::string key;
+    AnimatedProperty property;
+    AnimationValue from;
+    std::optional<AnimationValue> to;
+    double begin = 0;  // animation time of the start, delay included
+    double duration = 0;
+    TimingFunction timing = TimingFunction::Default;
+    FillMode fillMode = FillMode::Removed;
+    bool removedOnCompletion = true;
+    bool completed = false;
+    std::function<void(bool)> completion;
+  };
+  friend struct AnimationClock;
+
   void changed();
+  // Ends the animations past their end at `now`; true while some still run.
+  bool advanceAnimations(double now);
+  void applyAnimations(double now, LayerValues& shown) const;
+  void attach(AttachedAnimation animation);
 
   Rect bounds_;
   Point position_;
@@ -114,6 +172,10 @@ class Layer {
   std::vector<std::shared_ptr<Layer>> sublayers_;
   Layer* superlayer_ = nullptr;
   std::function<void()> onChange_;
+  std::vector<AttachedAnimation> animations_;
+  void* animationHost_ = nullptr;
+  unsigned frameCallback_ = 0;  // the host's tick callback driving this layer, or 0
+  bool scheduled_ = false;      // in the clock's list of layers to bring to time
 };
 
 }  // namespace talvero::toolkit

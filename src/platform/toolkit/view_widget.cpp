@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "platform/toolkit/animation.h"
 #include "platform/toolkit/draw_context.h"
 #include "platform/toolkit/view.h"
 
@@ -43,10 +44,11 @@ void allocateChildren(GtkWidget* widget, int width, int height, int) {
   for (const auto& child : self->view->subviews()) {
     auto* childWidget = static_cast<GtkWidget*>(child->nativeWidget());
     if (!gtk_widget_get_visible(childWidget)) continue;
-    const Layer& layer = child->layer();
-    GskTransform* transform = toGskTransform(layer.toParent());
-    gtk_widget_allocate(childWidget, std::max(0, static_cast<int>(layer.bounds().width())),
-                        std::max(0, static_cast<int>(layer.bounds().height())), -1, transform);
+    // Where the child is on screen now, so that animations of its geometry show.
+    const LayerValues shown = child->layer().presentation();
+    GskTransform* transform = toGskTransform(shown.toParent());
+    gtk_widget_allocate(childWidget, std::max(0, static_cast<int>(shown.bounds.width())),
+                        std::max(0, static_cast<int>(shown.bounds.height())), -1, transform);
   }
 }
 
@@ -60,6 +62,21 @@ gboolean containsPoint(GtkWidget* widget, double x, double y) {
   auto* self = TALVERO_VIEW_WIDGET(widget);
   if (!self->view) return FALSE;
   return self->view->bounds().contains(Point{x, y});
+}
+
+// Animations follow the frame clock while the view is on screen, and a timer otherwise.
+void mapWidget(GtkWidget* widget) {
+  GTK_WIDGET_CLASS(talvero_view_widget_parent_class)->map(widget);
+  auto* self = TALVERO_VIEW_WIDGET(widget);
+  if (self->view && self->view->layer().hasRunningAnimations())
+    scheduleAnimations(self->view->layer());
+}
+
+void unmapWidget(GtkWidget* widget) {
+  GTK_WIDGET_CLASS(talvero_view_widget_parent_class)->unmap(widget);
+  auto* self = TALVERO_VIEW_WIDGET(widget);
+  if (self->view && self->view->layer().hasRunningAnimations())
+    scheduleAnimations(self->view->layer());
 }
 
 void disposeWidget(GObject* object) {
@@ -77,6 +94,8 @@ static void talvero_view_widget_class_init(TalveroViewWidgetClass* cls) {
   widgetClass->size_allocate = allocateChildren;
   widgetClass->snapshot = snapshotView;
   widgetClass->contains = containsPoint;
+  widgetClass->map = mapWidget;
+  widgetClass->unmap = unmapWidget;
   G_OBJECT_CLASS(cls)->dispose = disposeWidget;
 }
 
@@ -91,6 +110,7 @@ namespace talvero::toolkit {
 GtkWidget* newViewWidget(View* view) {
   auto* widget = TALVERO_VIEW_WIDGET(g_object_new(TALVERO_TYPE_VIEW_WIDGET, nullptr));
   widget->view = view;
+  view->layer().setAnimationHost(widget);
   return GTK_WIDGET(widget);
 }
 
