@@ -48,6 +48,7 @@ Window::Window(Application& application, const std::string& title, int width, in
       }),
       this);
   gtk_widget_add_controller(window, keys);
+  installMouseEvents();
 }
 
 Window::~Window() {

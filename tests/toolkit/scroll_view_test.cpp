@@ -1,0 +1,149 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "platform/dispatch/main_queue.h"
+#include "platform/toolkit/scroll_view.h"
+#include "platform/toolkit/snapshot.h"
+#include "platform/toolkit/window.h"
+
+namespace talvero::toolkit {
+namespace {
+
+const Color kRed{1, 0, 0, 1};
+const Color kBlue{0, 0, 1, 1};
+
+class PressRecorder : public View {
+ public:
+  void mouseDown(Point p) override { downs.push_back(p); }
+  std::vector<Point> downs;
+};
+
+// A 100x100 scroll view over a 100x400 document: red from 0 to 100, blue below.
+class ScrollViewTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(initToolkit()) << "no display: run the tests under xvfb-run";
+    scroll = std::make_shared<ScrollView>();
+    scroll->setFrame({{0, 0}, {100, 100}});
+    document = std::make_shared<View>();
+    document->setFrame({{0, 0}, {100, 400}});
+    document->layer().setBackgroundColor(kBlue);
+    auto top = std::make_shared<View>();
+    top->setFrame({{0, 0}, {100, 100}});
+    top->layer().setBackgroundColor(kRed);
+    document->addSubview(top);
+    scroll->setDocumentView(document);
+  }
+
+  // Runs `body` with the scroll view on screen in a window of the application.
+  void onScreen(const std::function<void(Window&)>& body) {
+    Application application("org.talvero.ScrollViewTest");
+    application.run([&] {
+      {
+        Window window(application, "scroll", 200, 200);
+        window.contentView()->addSubview(scroll);
+        window.present();
+        if (dispatch::pumpUntil([&] { return scroll->contentSize().height == 400; }, 5)) {
+          body(window);
+        } else {
+          ADD_FAILURE() << "the scroll range never took the document's height";
+        }
+      }
+      application.quit();
+    });
+  }
+
+  std::shared_ptr<ScrollView> scroll;
+  std::shared_ptr<View> document;
+};
+
+TEST_F(ScrollViewTest, ContentSizeFollowsTheDocumentFrameOnScreen) {
+  onScreen([&](Window&) {
+    document->setFrame({{0, 0}, {100, 250}});
+    EXPECT_TRUE(dispatch::pumpUntil([&] { return scroll->contentSize().height == 250; }, 5));
+    // Never less than what is visible: a short document does not scroll.
+    document->setFrame({{0, 0}, {100, 40}});
+    EXPECT_TRUE(dispatch::pumpUntil([&] { return scroll->contentSize().height == 100; }, 5));
+    scroll->scrollToPoint({0, 30});
+    EXPECT_EQ(scroll->contentOffset().y, 0);
+  });
+}
+
+TEST_F(ScrollViewTest, ProgrammaticScrollReportsEachMoveWithTheOffset) {
+  std::vector<Point> moves;
+  scroll->setOnScroll([&](Point offset) { moves.push_back(offset); });
+  scroll->scrollToPoint({0, 150});
+  scroll->scrollToPoint({0, 150});  // no move, no report
+  scroll->scrollToPoint({0, 20});
+  ASSERT_EQ(moves.size(), 2u);
+  EXPECT_EQ(moves[0].y, 150);
+  EXPECT_EQ(moves[1].y, 20);
+  EXPECT_EQ(scroll->contentOffset().y, 20);
+}
+
+TEST_F(ScrollViewTest, ScrollingStopsAtTheEndsOfTheRange) {
+  scroll->scrollToPoint({0, 1000});
+  EXPECT_EQ(scroll->contentOffset().y, 300);  // 400 of document, 100 visible
+  scroll->scrollToPoint({0, -50});
+  EXPECT_EQ(scroll->contentOffset().y, 0);
+  scroll->scrollToPoint({60, 50});  // a vertical scroller does not move sideways
+  EXPECT_EQ(scroll->contentOffset().x, 0);
+  EXPECT_EQ(scroll->contentOffset().y, 50);
+  document->setFrame({{0, 0}, {100, 120}});  // the range shrinks under the offset
+  scroll->reflect();
+  EXPECT_EQ(scroll->contentOffset().y, 20);
+}
+
+TEST_F(ScrollViewTest, TheClampHoldsOnScreenToo) {
+  onScreen([&](Window&) {
+    scroll->scrollToPoint({0, 1000});
+    dispatch::pumpFor(0.05);
+    EXPECT_EQ(scroll->contentOffset().y, 300);
+  });
+}
+
+TEST_F(ScrollViewTest, HorizontalScrollingMovesOnlySideways) {
+  scroll->setAxis(ScrollAxis::Horizontal);
+  document->setFrame({{0, 0}, {300, 400}});
+  scroll->scrollToPoint({120, 80});
+  EXPECT_EQ(scroll->contentOffset().x, 120);
+  EXPECT_EQ(scroll->contentOffset().y, 0);
+}
+
+TEST_F(ScrollViewTest, ScrollToPointMovesTheDocumentsDrawing) {
+  const auto colourAt = [&](int y) {
+    const Bitmap bitmap = renderView(*scroll);
+    return bitmap.pixel(50, y)[0] > 200 ? "red" : bitmap.pixel(50, y)[2] > 200 ? "blue" : "none";
+  };
+  EXPECT_STREQ(colourAt(10), "red");
+  EXPECT_STREQ(colourAt(90), "red");
+  scroll->scrollToPoint({0, 50});
+  EXPECT_STREQ(colourAt(10), "red");
+  EXPECT_STREQ(colourAt(60), "blue");
+  scroll->scrollToPoint({0, 100});
+  EXPECT_STREQ(colourAt(10), "blue");
+}
+
+TEST_F(ScrollViewTest, PressesReachTheDocumentsSubviewsWhereTheyAreScrolledTo) {
+  onScreen([&](Window& window) {
+    auto button = std::make_shared<PressRecorder>();
+    button->setFrame({{10, 150}, {50, 50}});
+    document->addSubview(button);
+    scroll->scrollToPoint({0, 100});
+    dispatch::pumpFor(0.05);
+    EXPECT_TRUE(window.injectMouse(MouseEventKind::LeftDown, {20, 60}));  // document y 160
+    window.injectMouse(MouseEventKind::LeftUp, {20, 60});
+    ASSERT_EQ(button->downs.size(), 1u);
+    EXPECT_EQ(button->downs[0].x, 10);
+    EXPECT_EQ(button->downs[0].y, 10);
+    // The document's own background is the scroller's: the platform keeps that press.
+    EXPECT_FALSE(window.injectMouse(MouseEventKind::LeftDown, {80, 90}));
+    window.injectMouse(MouseEventKind::LeftUp, {80, 90});
+  });
+}
+
+}  // namespace
+}  // namespace talvero::toolkit
