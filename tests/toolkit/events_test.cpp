@@ -1,8 +1,14 @@
+#include <dlfcn.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
+#include <unistd.h>
 
 #include <cmath>
+#include <cstdlib>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -107,12 +113,13 @@ class MouseEvents : public ::testing::Test {
  protected:
   void SetUp() override { ASSERT_TRUE(initToolkit()) << "no display: run under xvfb-run"; }
 
-  void withWindow(const std::function<void(Window&)>& body) {
+  // The window is not shown unless asked: injected events need no screen.
+  void withWindow(const std::function<void(Window&)>& body, bool shown = false) {
     Application application("org.talvero.EventsTest");
     application.run([&] {
       {
         Window window(application, "events", 200, 200);
-        window.present();
+        if (shown) window.present();
         dispatch::pumpFor(0.05);
         body(window);
       }
@@ -136,6 +143,7 @@ TEST_F(MouseEvents, TheViewHitAtThePressGetsTheWholeSequenceInItsOwnCoordinates)
     auto pressed = addRecorder(content, {{50, 50}, {40, 40}}, "a");
     addRecorder(content, {{120, 120}, {50, 50}}, "b");
     EXPECT_TRUE(window.injectMouse(MouseEventKind::LeftDown, {60, 70}));
+    EXPECT_TRUE(window.injectMouse(MouseEventKind::LeftDragged, {60, 70}));    // no move: no drag
     EXPECT_TRUE(window.injectMouse(MouseEventKind::LeftDragged, {150, 150}));  // over b
     EXPECT_TRUE(window.injectMouse(MouseEventKind::LeftUp, {5, 5}));           // outside both
     // After the release, drags belong to no one.
@@ -251,6 +259,155 @@ TEST_F(MouseEvents, PressedButtonsShowTheLeftButtonOnlyWhileItIsDown) {
     EXPECT_EQ(pressedMouseButtons() & 1, 0u);
     removeMouseMonitor(token);
   });
+}
+
+// The X server's own pointer, driven through the XTest extension, so that events take the
+// platform's whole path: the window's controllers, coordinates and propagation.
+class FakePointer {
+ public:
+  FakePointer() {
+    x11_ = dlopen("libX11.so.6", RTLD_NOW);
+    xtest_ = dlopen("libXtst.so.6", RTLD_NOW);
+    if (!x11_ || !xtest_) return;
+    auto open = reinterpret_cast<void* (*)(const char*)>(dlsym(x11_, "XOpenDisplay"));
+    flush_ = reinterpret_cast<int (*)(void*)>(dlsym(x11_, "XFlush"));
+    close_ = reinterpret_cast<int (*)(void*)>(dlsym(x11_, "XCloseDisplay"));
+    motion_ = reinterpret_cast<int (*)(void*, int, int, int, unsigned long)>(
+        dlsym(xtest_, "XTestFakeMotionEvent"));
+    button_ = reinterpret_cast<int (*)(void*, unsigned, int, unsigned long)>(
+        dlsym(xtest_, "XTestFakeButtonEvent"));
+    if (open && flush_ && close_ && motion_ && button_) display_ = open(nullptr);
+  }
+  ~FakePointer() {
+    if (display_) close_(display_);
+  }
+  bool available() const { return display_ != nullptr; }
+
+  // Screen coordinates; button 1 is the left one, 5 a wheel step down.
+  void moveTo(int x, int y) { settle(motion_(display_, -1, x, y, 0)); }
+  void press(unsigned button) { settle(button_(display_, button, 1, 0)); }
+  void release(unsigned button) { settle(button_(display_, button, 0, 0)); }
+
+ private:
+  void settle(int) {
+    flush_(display_);
+    dispatch::pumpFor(0.1);
+  }
+  void* x11_ = nullptr;
+  void* xtest_ = nullptr;
+  void* display_ = nullptr;
+  int (*flush_)(void*) = nullptr;
+  int (*close_)(void*) = nullptr;
+  int (*motion_)(void*, int, int, int, unsigned long) = nullptr;
+  int (*button_)(void*, unsigned, int, unsigned long) = nullptr;
+};
+
+// Windows shown by tests on one display open at the same spot: while one test drives the
+// pointer, no other may show a window there.
+class DisplayLock {
+ public:
+  DisplayLock() {
+    const char* display = std::getenv("DISPLAY");
+    const std::string path =
+        "/tmp/talvero-tests-display" + std::string(display ? display : "") + ".lock";
+    fd_ = open(path.c_str(), O_RDWR | O_CREAT, 0600);
+    if (fd_ >= 0) flock(fd_, LOCK_EX);
+  }
+  ~DisplayLock() {
+    if (fd_ >= 0) close(fd_);
+  }
+
+ private:
+  int fd_ = -1;
+};
+
+class RealPointer : public MouseEvents {
+ protected:
+  DisplayLock displayLock;
+
+  // Where the content's origin lies on the screen, learnt from a click on an empty spot; the
+  // clicks go on until the window is mapped and sees one.
+  bool locateContent(FakePointer& pointer, Point& origin) {
+    std::optional<Point> seen;
+    const int token = addMouseMonitor([&](const MouseEvent& event) {
+      if (event.kind == MouseEventKind::LeftDown) seen = event.locationInWindow;
+      return true;
+    });
+    pointer.moveTo(20, 20);
+    for (int attempt = 0; attempt < 30 && !seen; ++attempt) {
+      pointer.press(1);
+      pointer.release(1);
+    }
+    removeMouseMonitor(token);
+    if (!seen) return false;
+    origin = Point{20 - seen->x, 20 - seen->y};
+    return true;
+  }
+};
+
+TEST_F(RealPointer, APlatformPressReachesTheMonitorAndTheViewThroughTheSameDispatch) {
+  FakePointer pointer;
+  if (!pointer.available()) GTEST_SKIP() << "no XTest on this display";
+  withWindow(
+      [&](Window& window) {
+        Point origin;
+        ASSERT_TRUE(locateContent(pointer, origin)) << "the window never saw a click";
+        addRecorder(*window.contentView(), {{50, 50}, {50, 50}}, "a");
+        uint32_t pressedDuringDrag = 0;
+        const int token = addMouseMonitor([&](const MouseEvent& event) {
+          if (event.kind == MouseEventKind::LeftDragged) pressedDuringDrag = pressedMouseButtons();
+          log.push_back("monitor");
+          return true;
+        });
+        const auto at = [&](double x, double y) {
+          pointer.moveTo(static_cast<int>(origin.x + x), static_cast<int>(origin.y + y));
+        };
+        at(60, 70);
+        pointer.press(1);
+        at(150, 150);
+        pointer.release(1);
+        removeMouseMonitor(token);
+        EXPECT_EQ(log, (std::vector<std::string>{"monitor", "a down 10,20", "monitor",
+                                                 "a dragged 100,100", "monitor", "a up 100,100"}));
+        EXPECT_EQ(pressedDuringDrag & 1, 1u);
+        EXPECT_EQ(pressedMouseButtons() & 1, 0u);
+      },
+      true);
+}
+
+TEST_F(RealPointer, AWheelScrollMovesTheScrollViewAndEndsOnce) {
+  FakePointer pointer;
+  if (!pointer.available()) GTEST_SKIP() << "no XTest on this display";
+  withWindow(
+      [&](Window& window) {
+        Point origin;
+        ASSERT_TRUE(locateContent(pointer, origin)) << "the window never saw a click";
+        auto scroll = std::make_shared<ScrollView>();
+        scroll->setFrame({{0, 100}, {100, 100}});
+        auto document = std::make_shared<View>();
+        document->setFrame({{0, 0}, {100, 400}});
+        scroll->setDocumentView(document);
+        window.contentView()->addSubview(scroll);
+        int moves = 0, ends = 0;
+        scroll->setOnScroll([&](Point) { ++moves; });
+        scroll->setOnScrollEnd([&] { ++ends; });
+        dispatch::pumpUntil([&] { return scroll->contentSize().height == 400; }, 5);
+        pointer.moveTo(static_cast<int>(origin.x + 50), static_cast<int>(origin.y + 150));
+        // The first wheel step of a device may only set its starting point on X11.
+        for (int step = 0; step < 5 && moves == 0; ++step) {
+          pointer.press(5);
+          pointer.release(5);
+        }
+        EXPECT_TRUE(dispatch::pumpUntil([&] { return ends > 0; }, 2));
+        EXPECT_GT(scroll->contentOffset().y, 0);
+        EXPECT_GT(moves, 0);
+        dispatch::pumpFor(0.3);
+        EXPECT_EQ(ends, 1);
+        // A press on the scroller itself is the platform's: no view of ours takes it.
+        EXPECT_FALSE(window.injectMouse(MouseEventKind::LeftDown, {50, 150}));
+        window.injectMouse(MouseEventKind::LeftUp, {50, 150});
+      },
+      true);
 }
 
 }  // namespace

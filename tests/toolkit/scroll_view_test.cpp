@@ -1,4 +1,10 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <string>
 
 #include <functional>
 #include <memory>
@@ -39,7 +45,14 @@ class ScrollViewTest : public ::testing::Test {
   }
 
   // Runs `body` with the scroll view on screen in a window of the application.
+  // Shown windows of tests on one display open at the same spot; the tests that drive the
+  // real pointer hold this lock, so a window of ours must not appear meanwhile.
   void onScreen(const std::function<void(Window&)>& body) {
+    const char* display = std::getenv("DISPLAY");
+    const std::string lockPath =
+        "/tmp/talvero-tests-display" + std::string(display ? display : "") + ".lock";
+    const int lock = open(lockPath.c_str(), O_RDWR | O_CREAT, 0600);
+    if (lock >= 0) flock(lock, LOCK_EX);
     Application application("org.talvero.ScrollViewTest");
     application.run([&] {
       {
@@ -54,6 +67,7 @@ class ScrollViewTest : public ::testing::Test {
       }
       application.quit();
     });
+    if (lock >= 0) close(lock);
   }
 
   std::shared_ptr<ScrollView> scroll;

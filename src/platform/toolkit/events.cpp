@@ -77,6 +77,11 @@ uint32_t pressedMouseButtons() {
 }
 
 bool Window::injectMouse(MouseEventKind kind, Point locationInWindow) {
+  // The platform repeats the pointer's position after a press; a drag that goes nowhere is none.
+  if (kind == MouseEventKind::LeftDragged && locationInWindow.x == lastMouseLocation_.x &&
+      locationInWindow.y == lastMouseLocation_.y)
+    return !mouseTarget_.expired();
+  lastMouseLocation_ = locationInWindow;
   if (kind == MouseEventKind::LeftDown) pressedButtons |= 1;
   if (kind == MouseEventKind::LeftUp) pressedButtons &= ~1u;
   // A new press or a release ends whatever press went before, even when a monitor swallows it.

@@ -55,6 +55,7 @@ class Window {
   int nextKeyMonitor_ = 1;
   // The view that took the current press; the drags and the release go to it.
   std::weak_ptr<View> mouseTarget_;
+  Point lastMouseLocation_;
   void installMouseEvents();
 };
 
