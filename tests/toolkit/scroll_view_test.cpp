@@ -86,6 +86,26 @@ TEST_F(ScrollViewTest, ContentSizeFollowsTheDocumentFrameOnScreen) {
   });
 }
 
+TEST_F(ScrollViewTest, HiddenScrollbarsLeaveScrollingWorking) {
+  scroll->setShowsScrollbars(false);
+  onScreen([&](Window&) {
+    scroll->scrollToPoint({0, 1000});
+    dispatch::pumpFor(0.05);
+    EXPECT_EQ(scroll->contentOffset().y, 300);
+  });
+}
+
+TEST_F(ScrollViewTest, ProgrammaticScrollsAreNoUserScrollThatEnds) {
+  int ends = 0;
+  scroll->setOnScrollEnd([&] { ++ends; });
+  onScreen([&](Window&) {
+    scroll->scrollToPoint({0, 120});
+    dispatch::pumpFor(0.4);
+    EXPECT_EQ(scroll->contentOffset().y, 120);
+    EXPECT_EQ(ends, 0);
+  });
+}
+
 TEST_F(ScrollViewTest, ProgrammaticScrollReportsEachMoveWithTheOffset) {
   std::vector<Point> moves;
   scroll->setOnScroll([&](Point offset) { moves.push_back(offset); });

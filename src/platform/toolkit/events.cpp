@@ -51,6 +51,19 @@ std::optional<MouseEventKind> kindOf(GdkEvent* event) {
     case GDK_BUTTON_RELEASE:
       if (gdk_button_event_get_button(event) == GDK_BUTTON_PRIMARY) return MouseEventKind::LeftUp;
       break;
+    // A touchscreen's first finger plays the left button, as the platform's own pointer
+    // emulation would.
+    case GDK_TOUCH_BEGIN:
+      if (gdk_touch_event_get_emulating_pointer(event)) return MouseEventKind::LeftDown;
+      break;
+    case GDK_TOUCH_UPDATE:
+      if ((pressedButtons & 1) && gdk_touch_event_get_emulating_pointer(event))
+        return MouseEventKind::LeftDragged;
+      break;
+    case GDK_TOUCH_END:
+    case GDK_TOUCH_CANCEL:
+      if (gdk_touch_event_get_emulating_pointer(event)) return MouseEventKind::LeftUp;
+      break;
     case GDK_MOTION_NOTIFY:
       if ((pressedButtons & 1) && (gdk_event_get_modifier_state(event) & GDK_BUTTON1_MASK))
         return MouseEventKind::LeftDragged;

@@ -63,6 +63,28 @@ ScrollView::ScrollView() {
                    }),
                    this);
   gtk_widget_add_controller(scroller, wheel);
+
+  GtkEventController* presses = gtk_event_controller_legacy_new();
+  gtk_event_controller_set_propagation_phase(presses, GTK_PHASE_CAPTURE);
+  g_signal_connect(presses, "event",
+                   G_CALLBACK(+[](GtkEventControllerLegacy*, GdkEvent* event, gpointer self) {
+                     switch (gdk_event_get_event_type(event)) {
+                       case GDK_BUTTON_PRESS:
+                       case GDK_TOUCH_BEGIN:
+                         static_cast<ScrollView*>(self)->pressChanged(true);
+                         break;
+                       case GDK_BUTTON_RELEASE:
+                       case GDK_TOUCH_END:
+                       case GDK_TOUCH_CANCEL:
+                         static_cast<ScrollView*>(self)->pressChanged(false);
+                         break;
+                       default:
+                         break;
+                     }
+                     return FALSE;
+                   }),
+                   this);
+  gtk_widget_add_controller(scroller, presses);
   setNativeContent(scroller);
 }
 
@@ -183,11 +205,32 @@ void ScrollView::setOnScrollEnd(std::function<void()> onScrollEnd) {
 }
 
 void ScrollView::scrollMoved() {
-  if (restTimer_) userScrolled();  // still gliding: the rest starts later
+  if (pressed_) {
+    movedDuringPress_ = true;
+  } else if (restTimer_) {
+    userScrolled();  // still gliding: the rest starts later
+  }
   if (onScroll_) onScroll_(contentOffset());
 }
 
+void ScrollView::pressChanged(bool pressed) {
+  if (pressed == pressed_) return;
+  pressed_ = pressed;
+  if (pressed) {
+    // A finger that stops a glide takes its end over: it comes at the release.
+    movedDuringPress_ = restTimer_ != 0;
+    if (restTimer_) g_source_remove(restTimer_);
+    restTimer_ = 0;
+  } else if (movedDuringPress_) {
+    userScrolled();
+  }
+}
+
 void ScrollView::userScrolled() {
+  if (pressed_) {
+    movedDuringPress_ = true;
+    return;
+  }
   if (restTimer_) g_source_remove(restTimer_);
   restTimer_ = g_timeout_add(
       kRestMilliseconds,

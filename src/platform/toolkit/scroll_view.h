@@ -57,6 +57,7 @@ class ScrollView : public View {
   void followDocument();
   void userScrolled();
   void scrollMoved();
+  void pressChanged(bool pressed);
 
   void* scroller_ = nullptr;  // GtkScrolledWindow*
   std::shared_ptr<View> document_;
@@ -65,6 +66,10 @@ class ScrollView : public View {
   std::function<void(Point)> onScroll_;
   std::function<void()> onScrollEnd_;
   unsigned restTimer_ = 0;
+  // A press on the scroller (a scrollbar drag, a finger) holds the end of the scroll until it
+  // is released; `movedDuringPress` says whether there was a scroll to end at all.
+  bool pressed_ = false;
+  bool movedDuringPress_ = false;
 };
 
 }  // namespace talvero::toolkit
