@@ -4,10 +4,9 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <string>
-
 #include <functional>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "platform/dispatch/main_queue.h"
@@ -17,9 +16,6 @@
 
 namespace talvero::toolkit {
 namespace {
-
-const Color kRed{1, 0, 0, 1};
-const Color kBlue{0, 0, 1, 1};
 
 class PressRecorder : public View {
  public:
@@ -36,17 +32,16 @@ class ScrollViewTest : public ::testing::Test {
     scroll->setFrame({{0, 0}, {100, 100}});
     document = std::make_shared<View>();
     document->setFrame({{0, 0}, {100, 400}});
-    document->layer().setBackgroundColor(kBlue);
+    document->layer().setBackgroundColor(Color{0, 0, 1, 1});
     auto top = std::make_shared<View>();
     top->setFrame({{0, 0}, {100, 100}});
-    top->layer().setBackgroundColor(kRed);
+    top->layer().setBackgroundColor(Color{1, 0, 0, 1});
     document->addSubview(top);
     scroll->setDocumentView(document);
   }
 
-  // Runs `body` with the scroll view on screen in a window of the application.
-  // Shown windows of tests on one display open at the same spot; the tests that drive the
-  // real pointer hold this lock, so a window of ours must not appear meanwhile.
+  // Runs `body` with the scroll view shown in a window. Shown test windows open at one spot;
+  // the lock keeps them away from tests that drive the real pointer there.
   void onScreen(const std::function<void(Window&)>& body) {
     const char* display = std::getenv("DISPLAY");
     const std::string lockPath =
@@ -74,91 +69,52 @@ class ScrollViewTest : public ::testing::Test {
   std::shared_ptr<View> document;
 };
 
-TEST_F(ScrollViewTest, ContentSizeFollowsTheDocumentFrameOnScreen) {
-  onScreen([&](Window&) {
-    document->setFrame({{0, 0}, {100, 250}});
-    EXPECT_TRUE(dispatch::pumpUntil([&] { return scroll->contentSize().height == 250; }, 5));
-    // Never less than what is visible: a short document does not scroll.
-    document->setFrame({{0, 0}, {100, 40}});
-    EXPECT_TRUE(dispatch::pumpUntil([&] { return scroll->contentSize().height == 100; }, 5));
-    scroll->scrollToPoint({0, 30});
-    EXPECT_EQ(scroll->contentOffset().y, 0);
-  });
-}
-
-TEST_F(ScrollViewTest, HiddenScrollbarsLeaveScrollingWorking) {
+TEST_F(ScrollViewTest, TheRangeFollowsTheDocumentFrameAndHiddenScrollbarsStillScroll) {
   scroll->setShowsScrollbars(false);
-  onScreen([&](Window&) {
-    scroll->scrollToPoint({0, 1000});
-    dispatch::pumpFor(0.05);
-    EXPECT_EQ(scroll->contentOffset().y, 300);
-  });
-}
-
-TEST_F(ScrollViewTest, ProgrammaticScrollsAreNoUserScrollThatEnds) {
   int ends = 0;
   scroll->setOnScrollEnd([&] { ++ends; });
   onScreen([&](Window&) {
-    scroll->scrollToPoint({0, 120});
-    dispatch::pumpFor(0.4);
-    EXPECT_EQ(scroll->contentOffset().y, 120);
-    EXPECT_EQ(ends, 0);
+    scroll->scrollToPoint({0, 1000});
+    EXPECT_EQ(scroll->contentOffset().y, 300);
+    document->setFrame({{0, 0}, {100, 250}});
+    EXPECT_TRUE(dispatch::pumpUntil([&] { return scroll->contentSize().height == 250; }, 5));
+    EXPECT_EQ(scroll->contentOffset().y, 150);
+    document->setFrame({{0, 0}, {100, 40}});  // shorter than the view: nothing to scroll
+    EXPECT_TRUE(dispatch::pumpUntil([&] { return scroll->contentSize().height == 100; }, 5));
+    EXPECT_EQ(scroll->contentOffset().y, 0);
+    dispatch::pumpFor(0.3);
+    EXPECT_EQ(ends, 0);  // programmatic moves are no user scroll
   });
 }
 
-TEST_F(ScrollViewTest, ProgrammaticScrollReportsEachMoveWithTheOffset) {
-  std::vector<Point> moves;
-  scroll->setOnScroll([&](Point offset) { moves.push_back(offset); });
+TEST_F(ScrollViewTest, ProgrammaticScrollsReportEachMoveAndStayInsideTheRange) {
+  std::vector<double> moves;
+  scroll->setOnScroll([&](Point offset) { moves.push_back(offset.y); });
   scroll->scrollToPoint({0, 150});
   scroll->scrollToPoint({0, 150});  // no move, no report
-  scroll->scrollToPoint({0, 20});
-  ASSERT_EQ(moves.size(), 2u);
-  EXPECT_EQ(moves[0].y, 150);
-  EXPECT_EQ(moves[1].y, 20);
-  EXPECT_EQ(scroll->contentOffset().y, 20);
-}
-
-TEST_F(ScrollViewTest, ScrollingStopsAtTheEndsOfTheRange) {
-  scroll->scrollToPoint({0, 1000});
-  EXPECT_EQ(scroll->contentOffset().y, 300);  // 400 of document, 100 visible
+  scroll->scrollToPoint({60, 1000});
   scroll->scrollToPoint({0, -50});
-  EXPECT_EQ(scroll->contentOffset().y, 0);
-  scroll->scrollToPoint({60, 50});  // a vertical scroller does not move sideways
-  EXPECT_EQ(scroll->contentOffset().x, 0);
-  EXPECT_EQ(scroll->contentOffset().y, 50);
+  EXPECT_EQ(moves, (std::vector<double>{150, 300, 0}));
+  EXPECT_EQ(scroll->contentOffset().x, 0);  // a vertical scroller does not move sideways
+  scroll->scrollToPoint({0, 50});
   document->setFrame({{0, 0}, {100, 120}});  // the range shrinks under the offset
   scroll->reflect();
   EXPECT_EQ(scroll->contentOffset().y, 20);
-}
-
-TEST_F(ScrollViewTest, TheClampHoldsOnScreenToo) {
-  onScreen([&](Window&) {
-    scroll->scrollToPoint({0, 1000});
-    dispatch::pumpFor(0.05);
-    EXPECT_EQ(scroll->contentOffset().y, 300);
-  });
-}
-
-TEST_F(ScrollViewTest, HorizontalScrollingMovesOnlySideways) {
   scroll->setAxis(ScrollAxis::Horizontal);
   document->setFrame({{0, 0}, {300, 400}});
   scroll->scrollToPoint({120, 80});
   EXPECT_EQ(scroll->contentOffset().x, 120);
-  EXPECT_EQ(scroll->contentOffset().y, 0);
 }
 
 TEST_F(ScrollViewTest, ScrollToPointMovesTheDocumentsDrawing) {
   const auto colourAt = [&](int y) {
-    const Bitmap bitmap = renderView(*scroll);
-    return bitmap.pixel(50, y)[0] > 200 ? "red" : bitmap.pixel(50, y)[2] > 200 ? "blue" : "none";
+    const uint8_t* p = renderView(*scroll).pixel(50, y);
+    return p[0] > 200 ? "red" : p[2] > 200 ? "blue" : "none";
   };
-  EXPECT_STREQ(colourAt(10), "red");
   EXPECT_STREQ(colourAt(90), "red");
   scroll->scrollToPoint({0, 50});
   EXPECT_STREQ(colourAt(10), "red");
   EXPECT_STREQ(colourAt(60), "blue");
-  scroll->scrollToPoint({0, 100});
-  EXPECT_STREQ(colourAt(10), "blue");
 }
 
 TEST_F(ScrollViewTest, PressesReachTheDocumentsSubviewsWhereTheyAreScrolledTo) {
@@ -175,7 +131,6 @@ TEST_F(ScrollViewTest, PressesReachTheDocumentsSubviewsWhereTheyAreScrolledTo) {
     EXPECT_EQ(button->downs[0].y, 10);
     // The document's own background is the scroller's: the platform keeps that press.
     EXPECT_FALSE(window.injectMouse(MouseEventKind::LeftDown, {80, 90}));
-    window.injectMouse(MouseEventKind::LeftUp, {80, 90});
   });
 }
 
