@@ -104,6 +104,8 @@ void ScrollView::setDocumentView(std::shared_ptr<View> document) {
   if (document_) {
     document_->setOnLayerChange(nullptr);
     unhostView(*document_);
+    // Out of the scroller its widget is sized by its frame again, not by the scroll range.
+    gtk_widget_set_size_request(static_cast<GtkWidget*>(document_->nativeWidget()), -1, -1);
     gtk_scrolled_window_set_child(scrollerOf(scroller_), nullptr);
   }
   document_ = std::move(document);

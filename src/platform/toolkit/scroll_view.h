@@ -19,6 +19,7 @@ class ScrollView : public View {
   ~ScrollView() override;
 
   // The document's frame origin is ignored: it always starts at the top-left of the range.
+  // A document of another scroll view must be taken from it first.
   void setDocumentView(std::shared_ptr<View> document);
   const std::shared_ptr<View>& documentView() const { return document_; }
 
