@@ -19,6 +19,10 @@ Transform3D toRoot(const View* view) {
   Transform3D transform;
   for (const View* v = view; v && v->superview(); v = v->superview()) {
     transform = transform.then(v->layer().toParent());
+    if (v->isHosted()) {
+      const Point origin = v->superview()->hostedViewOrigin();
+      transform = transform.then(Transform3D::translation(origin.x, origin.y));
+    }
   }
   return transform;
 }
@@ -33,7 +37,25 @@ View::View() : layer_(std::make_unique<Layer>()) {
     gtk_widget_queue_draw(widget);
     if (superview_) gtk_widget_queue_allocate(widgetOf(superview_));
     gtk_widget_queue_allocate(widget);
+    if (onLayerChange_) onLayerChange_();
   });
+}
+
+void View::hostView(View& child) {
+  if (&child == this || isDescendantOf(&child)) return;
+  child.removeFromSuperview();
+  child.superview_ = this;
+  child.hosted_ = true;
+}
+
+void View::unhostView(View& child) {
+  if (child.superview_ != this || !child.hosted_) return;
+  child.superview_ = nullptr;
+  child.hosted_ = false;
+}
+
+void View::setOnLayerChange(std::function<void()> onChange) {
+  onLayerChange_ = std::move(onChange);
 }
 
 void View::setNativeContent(void* widget) {
@@ -95,7 +117,7 @@ void View::addSubview(std::shared_ptr<View> child, Position position, const View
 
 void View::removeFromSuperview() {
   View* parent = superview_;
-  if (!parent) return;
+  if (!parent || hosted_) return;
   auto keepAlive = shared_from_this();
   auto& siblings = parent->subviews_;
   siblings.erase(std::remove(siblings.begin(), siblings.end(), keepAlive), siblings.end());

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -65,6 +66,17 @@ class View : public std::enable_shared_from_this<View> {
   void setNativeContent(void* widget);
   void* nativeContent() const { return nativeContent_; }
 
+  // For containers whose platform widget holds a view outside `subviews` (a scroll view's
+  // document): the hosted view takes this one as superview for coordinates and presses, and
+  // its bounds' origin lies at `hostedViewOrigin()` here. The host parents its widget and
+  // unhosts it before going away; `removeFromSuperview` leaves a hosted view in place.
+  void hostView(View& child);
+  void unhostView(View& child);
+  bool isHosted() const { return hosted_; }
+  virtual Point hostedViewOrigin() const { return {}; }
+  // Called after each change of the layer, for a host that follows this view's geometry.
+  void setOnLayerChange(std::function<void()> onChange);
+
  private:
   void attach(std::shared_ptr<View> child, size_t index);
 
@@ -73,6 +85,8 @@ class View : public std::enable_shared_from_this<View> {
   View* superview_ = nullptr;
   void* widget_ = nullptr;
   void* nativeContent_ = nullptr;
+  bool hosted_ = false;
+  std::function<void()> onLayerChange_;
 };
 
 }  // namespace talvero::toolkit

@@ -12,7 +12,14 @@ bool initToolkit() {
   // The 3D renderer shares GLX contexts with the windows: X11 unless the user chose.
   setenv("GDK_BACKEND", "x11", 0);
   setenv("GDK_DEBUG", "gl-glx", 0);
-  return gtk_init_check();
+  if (gtk_init_check()) return true;
+  // A display server that is restarting (a virtual one resets when its last client leaves)
+  // refuses connections for a moment: try again briefly before giving up.
+  for (int attempt = 0; attempt < 20 && !gdk_display_get_default(); ++attempt) {
+    g_usleep(100 * 1000);
+    gdk_display_manager_open_display(gdk_display_manager_get(), nullptr);
+  }
+  return gdk_display_get_default() != nullptr;
 }
 
 Window::Window(Application& application, const std::string& title, int width, int height) {
@@ -48,6 +55,7 @@ Window::Window(Application& application, const std::string& title, int width, in
       }),
       this);
   gtk_widget_add_controller(window, keys);
+  installMouseEvents();
 }
 
 Window::~Window() {

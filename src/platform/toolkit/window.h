@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/toolkit/events.h"
 #include "platform/toolkit/view.h"
 
 namespace talvero::toolkit {
@@ -36,6 +37,13 @@ class Window {
   // Hands a key event to the monitors, as the window does for each key of the user.
   void deliverKey(uint16_t keyCode, bool down);
 
+  // Hands a left-button event at a point of the content view to the monitors and then to the
+  // views, exactly as the window does for the user's pointer. A press goes to the view that
+  // `hitTest` gives; its drags and release follow it wherever they land. True when the event
+  // was taken (by a monitor that swallowed it or by a view) and the platform must not pass it
+  // on; false when it goes on, as for a press on a platform widget that takes input itself.
+  bool injectMouse(MouseEventKind kind, Point locationInWindow);
+
   void* nativeWindow() const { return window_; }  // GtkWindow*, for the toolkit's own files
 
  private:
@@ -45,6 +53,10 @@ class Window {
   Size lastSize_;
   std::vector<std::pair<int, std::function<void(uint16_t, bool)>>> keyMonitors_;
   int nextKeyMonitor_ = 1;
+  // The view that took the current press; the drags and the release go to it.
+  std::weak_ptr<View> mouseTarget_;
+  Point lastMouseLocation_;
+  void installMouseEvents();
 };
 
 // The desktop application: one per process. Its loop is the process's main loop, so the
