@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "platform/dispatch/main_queue.h"
+#include "platform/toolkit/animation.h"
 #include "platform/toolkit/draw_context.h"
 #include "platform/toolkit/view.h"
 #include "platform/toolkit/window.h"
@@ -102,6 +103,57 @@ double frameTime(GtkWidget* window, GtkWidget* tree) {
 
 void pumpUntilMapped(GtkWidget* widget);
 
+constexpr int kAnimatedViews = 200;
+
+// 200 styled views fading and turning at once: the median time of a frame while they run.
+double animatedFrameTime() {
+  GtkWidget* window = gtk_window_new();
+  gtk_window_set_default_size(GTK_WINDOW(window), 1000, 800);
+  auto root = std::make_shared<View>();
+  root->setFrame(Rect{{0, 0}, {1000, 800}});
+  for (int i = 0; i < kAnimatedViews; ++i) {
+    auto view = std::make_shared<View>();
+    view->setFrame(Rect{{(i % 20) * 50.0, (i / 20) * 80.0}, {40, 40}});
+    view->layer().setBackgroundColor(Color{(i % 7) / 7.0, (i % 5) / 5.0, 0.5, 1});
+    view->layer().setCornerRadius(6);
+    BasicAnimation fade;
+    fade.keyPath = "opacity";
+    fade.from = 1.0;
+    fade.to = 0.2;
+    fade.duration = 30;
+    BasicAnimation turn;
+    turn.keyPath = "transform.rotation.z";
+    turn.from = 0.0;
+    turn.to = 6.283185307179586;
+    turn.duration = 30;
+    view->layer().addAnimation(fade, "fade");
+    view->layer().addAnimation(turn, "turn");
+    root->addSubview(view);
+  }
+  auto* rootWidget = static_cast<GtkWidget*>(root->nativeWidget());
+  gtk_window_set_child(GTK_WINDOW(window), rootWidget);
+  gtk_window_present(GTK_WINDOW(window));
+  pumpUntilMapped(rootWidget);
+
+  Frame frame;
+  std::vector<double> times;
+  GdkFrameClock* clock = gtk_widget_get_frame_clock(window);
+  const gulong start = g_signal_connect(clock, "before-paint", G_CALLBACK(frameStarts), &frame);
+  const gulong end = g_signal_connect(clock, "after-paint", G_CALLBACK(frameEnds), &frame);
+  for (int i = 0; i < 120; ++i) {
+    frame.last = -1;
+    talvero::dispatch::pumpUntil([&] { return frame.last >= 0; }, 2);
+    if (frame.last >= 0) times.push_back(frame.last);
+  }
+  g_signal_handler_disconnect(clock, start);
+  g_signal_handler_disconnect(clock, end);
+  gtk_window_set_child(GTK_WINDOW(window), nullptr);
+  gtk_window_destroy(GTK_WINDOW(window));
+  if (times.size() < 10) return -1;  // the animations did not drive frames
+  std::sort(times.begin(), times.end());
+  return times[times.size() / 2];
+}
+
 double viewFrameTime(const std::shared_ptr<View>& views) {
   GtkWidget* window = gtk_window_new();
   gtk_window_set_default_size(GTK_WINDOW(window), 1200, 1200);
@@ -142,6 +194,7 @@ int main() {
     return best;
   }();
 
+  const double animatedFrame = animatedFrameTime();
   const double styledFrame = viewFrameTime(views);
   const double plainFrame = viewFrameTime(viewChain(false));
 
@@ -161,6 +214,8 @@ int main() {
   std::printf("ratio our plain views / GTK plain boxes:         %8.2f (goal: at most 1.5)\n",
               plainFrame / reference);
   std::printf("ratio our styled views / GTK plain boxes:        %8.2f\n", styledFrame / reference);
+  std::printf("\n%d views animating opacity and transform, median frame: %8.3f ms\n",
+              kAnimatedViews, animatedFrame);
   gtk_window_destroy(GTK_WINDOW(gtkWindow));
   return 0;
 }

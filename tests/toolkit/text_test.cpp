@@ -460,9 +460,11 @@ TEST_F(TextFieldTest, OnScreenTheFontAppliesAndFocusIsReported) {
     field->focus();
     EXPECT_TRUE(dispatch::pumpUntil([&] { return focused == 1; }, 2));
     EXPECT_TRUE(field->hasFocus());
+    EXPECT_EQ(window.firstResponder(), field.get());
     field->unfocus();
     EXPECT_TRUE(dispatch::pumpUntil([&] { return blurred == 1; }, 2));
     EXPECT_FALSE(field->hasFocus());
+    EXPECT_NE(window.firstResponder(), field.get());
     EXPECT_EQ(focused, 1);
   });
 }

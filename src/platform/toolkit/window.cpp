@@ -65,6 +65,14 @@ Window::~Window() {
   g_object_unref(window_);
 }
 
+View* Window::firstResponder() const {
+  for (GtkWidget* widget = gtk_root_get_focus(GTK_ROOT(window_)); widget;
+       widget = gtk_widget_get_parent(widget)) {
+    if (View* view = viewOfWidget(widget)) return view;
+  }
+  return nullptr;
+}
+
 Size Window::contentSize() const {
   return contentView_->bounds().size;
 }

@@ -23,6 +23,8 @@ class Window {
 
   const std::shared_ptr<View>& contentView() const { return contentView_; }
   Size contentSize() const;
+  // The view whose platform widget has the keyboard focus (a text field, say), or null.
+  View* firstResponder() const;
   void present();
   void close();
 
