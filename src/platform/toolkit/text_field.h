@@ -7,26 +7,22 @@
 
 #include "platform/toolkit/font.h"
 #include "platform/toolkit/label.h"
-#include "platform/toolkit/view.h"
+#include "platform/toolkit/text_input.h"
 
 namespace talvero::toolkit {
 
 // A single line of editable text filling the view, with the platform's own typing, input
 // methods, selection and clipboard. No background of its own: the view's layer shows through.
 // The text is centred vertically. Main thread only.
-class TextField : public View {
+class TextField : public TextInput {
  public:
   TextField();
   ~TextField() override;
 
-  std::string string() const;
+  std::string string() const override;
   // Replaces the text without telling the change callback and puts the caret at its end; the
   // same text leaves the caret where it is.
   void setString(const std::string& text);
-  void setFont(const Font& font);
-  const Font& font() const { return font_; }
-  void setTextColor(Color color);
-  Color textColor() const { return textColor_; }
   // Justified and natural text lines up on the left.
   void setAlignment(TextAlignment alignment);
   // Shown while the field is empty, in the field's font; the text colour at 40% alpha
@@ -39,38 +35,18 @@ class TextField : public View {
   void setSecure(bool secure);
   bool isSecure() const;
 
-  // Focus moves only within a window on screen.
-  void focus();
-  void unfocus();
-  bool hasFocus() const;
-
   // Inserts at the caret, in place of any selection, as a key press or an input method
   // commit does: the change callback runs. Nothing happens when the field is not editable.
   void insertAtCursor(const std::string& text);
   // Where the caret stands before the character at `index`, in the view's coordinates.
   Rect caretRect(size_t index) const;
 
-  // After each change the user made, with the whole new text.
-  void setOnTextChange(std::function<void(const std::string&)> callback);
-  void setOnFocus(std::function<void()> callback);
-  void setOnBlur(std::function<void()> callback);
   // Return pressed.
   void setOnSubmit(std::function<void()> callback);
 
  private:
-  void updateStyle();
+  std::string extraRules(const std::string& selector) const override;
 
-  void* text_ = nullptr;             // GtkText*
-  void* provider_ = nullptr;         // GtkCssProvider*
-  void* focusController_ = nullptr;  // GtkEventController*
-  std::string styleClass_;
-  Font font_;
-  Color textColor_{0, 0, 0, 1};
-  std::optional<Color> placeholderColor_;
-  bool settingText_ = false;
-  std::function<void(const std::string&)> onTextChange_;
-  std::function<void()> onFocus_;
-  std::function<void()> onBlur_;
   std::function<void()> onSubmit_;
 };
 

@@ -7,26 +7,22 @@
 
 #include "platform/toolkit/font.h"
 #include "platform/toolkit/label.h"
-#include "platform/toolkit/view.h"
+#include "platform/toolkit/text_input.h"
 
 namespace talvero::toolkit {
 
 // Several lines of editable text filling the view, wrapped at words, with the platform's own
 // typing, input methods, selection and clipboard. No background of its own and no scrolling:
 // the text that does not fit is clipped. Main thread only.
-class TextView : public View {
+class TextView : public TextInput {
  public:
   TextView();
   ~TextView() override;
 
-  std::string string() const;
+  std::string string() const override;
   // Replaces the text without telling the change callback and puts the caret at its end; the
   // same text leaves the caret where it is.
   void setString(const std::string& text);
-  void setFont(const Font& font);
-  const Font& font() const { return font_; }
-  void setTextColor(Color color);
-  Color textColor() const { return textColor_; }
   void setAlignment(TextAlignment alignment);
   // Drawn while the text is empty and the view has no focus, in the view's font; the text
   // colour at 40% alpha when no colour is given.
@@ -35,39 +31,18 @@ class TextView : public View {
   void setEditable(bool editable);
   bool isEditable() const;
 
-  // Focus moves only within a window on screen.
-  void focus();
-  void unfocus();
-  bool hasFocus() const;
-
   // Inserts at the caret, in place of any selection, as a key press or an input method
   // commit does: the change callback runs. Nothing happens when the view is not editable.
   void insertAtCursor(const std::string& text);
   // Where the caret stands before the character at `index`, in the view's coordinates.
   Rect caretRect(size_t index) const;
 
-  // After each change the user made, with the whole new text.
-  void setOnTextChange(std::function<void(const std::string&)> callback);
-  void setOnFocus(std::function<void()> callback);
-  void setOnBlur(std::function<void()> callback);
-
   void drawContent(DrawContext& context) override;
 
  private:
-  void updateStyle();
+  std::string styledSelectors(const std::string& selector) const override;
 
-  void* textView_ = nullptr;         // GtkTextView*
-  void* provider_ = nullptr;         // GtkCssProvider*
-  void* focusController_ = nullptr;  // GtkEventController*
-  std::string styleClass_;
-  Font font_;
-  Color textColor_{0, 0, 0, 1};
   std::string placeholder_;
-  std::optional<Color> placeholderColor_;
-  bool settingText_ = false;
-  std::function<void(const std::string&)> onTextChange_;
-  std::function<void()> onFocus_;
-  std::function<void()> onBlur_;
 };
 
 }  // namespace talvero::toolkit
