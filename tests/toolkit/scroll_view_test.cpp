@@ -108,7 +108,8 @@ TEST_F(ScrollViewTest, ProgrammaticScrollsReportEachMoveAndStayInsideTheRange) {
 
 TEST_F(ScrollViewTest, ScrollToPointMovesTheDocumentsDrawing) {
   const auto colourAt = [&](int y) {
-    const uint8_t* p = renderView(*scroll).pixel(50, y);
+    const Bitmap bitmap = renderView(*scroll);
+    const uint8_t* p = bitmap.pixel(50, y);
     return p[0] > 200 ? "red" : p[2] > 200 ? "blue" : "none";
   };
   EXPECT_STREQ(colourAt(90), "red");
