@@ -31,7 +31,14 @@ cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
 cmake --build build
 
 case "$command" in
-  run) exec build/talvero ;;
+  run)
+    [[ ${#headless[@]} -eq 0 ]] || echo "[dev] no display: the window opens on a private Xvfb"
+    exec "${headless[@]}" build/talvero
+    ;;
   test) cd build && exec "${headless[@]}" ctest --output-on-failure --timeout 300 -j"$(nproc)" ;;
-  bench) build/talvero_bench && exec build/talvero_style_bench ;;
+  bench)
+    build/talvero_bench
+    build/talvero_style_bench
+    exec "${headless[@]}" build/talvero_toolkit_bench
+    ;;
 esac

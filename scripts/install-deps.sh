@@ -12,7 +12,7 @@ packages=(
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   # view toolkit, text, images, fonts
   libgtk-4-dev libpango1.0-dev libcairo2-dev libgdk-pixbuf-2.0-dev libfontconfig-dev
-  libfreetype-dev libpng-dev
+  libfreetype-dev libpng-dev webp-pixbuf-loader
   # headless display for GUI tests, and fonts to draw with there
   xvfb xauth fonts-dejavu-core
   # fuzzing: clang with its libFuzzer and sanitizer runtimes
