@@ -7,24 +7,20 @@
 #include "app/app_delegate.h"
 #include "platform/dispatch/timer_source.h"
 #include "runtime/keyboard_state.h"
+#include "scratch_dir.h"
 
 namespace talvero {
 namespace {
 
 namespace fs = std::filesystem;
 
-class AppDelegateTest : public ::testing::Test {
+class AppDelegateTest : public testing::ScratchDirTest {
  protected:
   void SetUp() override {
-    bundle = fs::temp_directory_path() /
-             ("talvero-delegate-" + std::to_string(::getpid()) + "-" +
-              ::testing::UnitTest::GetInstance()->current_test_info()->name());
-    fs::remove_all(bundle);
-    fs::create_directories(bundle);
-    std::ofstream(bundle / "launcher.js")
-        << "function launch(argv) { record('launch ' + argv.length); }";
+    ScratchDirTest::SetUp();
+    write("launcher.js", "function launch(argv) { record('launch ' + argv.length); }");
+    bundle = root;
   }
-  void TearDown() override { fs::remove_all(bundle); }
 
   fs::path bundle;
 };

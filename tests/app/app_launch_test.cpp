@@ -9,6 +9,7 @@
 #include "app/app_launch.h"
 #include "runtime/engine.h"
 #include "runtime/log.h"
+#include "scratch_dir.h"
 
 namespace talvero {
 namespace {
@@ -16,29 +17,17 @@ namespace {
 namespace fs = std::filesystem;
 using Args = std::vector<std::string>;
 
-class TempDirTest : public ::testing::Test {
+// A scratch directory holding a "bundle" and a "bin" folder.
+class TempDirTest : public testing::ScratchDirTest {
  protected:
   void SetUp() override {
-    root = fs::temp_directory_path() /
-           ("talvero-app-" + std::to_string(::getpid()) + "-" +
-            ::testing::UnitTest::GetInstance()->current_test_info()->name());
-    fs::remove_all(root);
+    ScratchDirTest::SetUp();
     fs::create_directories(root / "bundle");
     fs::create_directories(root / "bin");
-  }
-  void TearDown() override { fs::remove_all(root); }
-
-  fs::path write(const fs::path& relative, const std::string& content) {
-    const fs::path file = root / relative;
-    fs::create_directories(file.parent_path());
-    std::ofstream(file, std::ios::binary) << content;
-    return file;
   }
 
   std::string bundle() const { return (root / "bundle").string(); }
   std::string bin() const { return (root / "bin").string(); }
-
-  fs::path root;
 };
 
 // ---- Arguments

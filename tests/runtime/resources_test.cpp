@@ -5,35 +5,18 @@
 
 #include "runtime/log.h"
 #include "runtime/resources.h"
+#include "scratch_dir.h"
 
 namespace talvero {
 namespace {
 
 namespace fs = std::filesystem;
 
-class ResourcesTest : public ::testing::Test {
+class ResourcesTest : public testing::ScratchDirTest {
  protected:
-  void SetUp() override {
-    root = fs::temp_directory_path() /
-           ("talvero-resources-" + std::to_string(::getpid()) + "-" +
-            ::testing::UnitTest::GetInstance()->current_test_info()->name());
-    fs::remove_all(root);
-    fs::create_directories(root);
-  }
-  void TearDown() override { fs::remove_all(root); }
-
-  fs::path write(const fs::path& relative, const std::string& content) {
-    const fs::path file = root / relative;
-    fs::create_directories(file.parent_path());
-    std::ofstream(file, std::ios::binary) << content;
-    return file;
-  }
-
   static std::string text(const Bytes& bytes) {
     return bytes ? std::string(bytes->begin(), bytes->end()) : "<none>";
   }
-
-  fs::path root;
 };
 
 TEST_F(ResourcesTest, RegisteredBundleWinsAndTheFirstHitEndsTheSearch) {

@@ -12,10 +12,10 @@ namespace {
 
 // A 2x1 GIF, red then blue, written out by hand since gdk-pixbuf cannot save GIF.
 const std::vector<uint8_t> kRedBlueGif = {
-    'G', 'I', 'F', '8', '9', 'a', 2, 0, 1, 0, 0x80, 0, 0,  // screen, 2-colour global table
-    0xFF, 0, 0, 0, 0, 0xFF,                                // red, blue
-    0x2C, 0, 0, 0, 0, 2, 0, 1, 0, 0,                       // one 2x1 image
-    2, 2, 0x44, 0x0A, 0,                                   // LZW: clear, 0, 1, end
+    'G',  'I', 'F',  '8',  '9', 'a',  2, 0, 1, 0, 0x80, 0, 0,  // screen, 2-colour global table
+    0xFF, 0,   0,    0,    0,   0xFF,                          // red, blue
+    0x2C, 0,   0,    0,    0,   2,    0, 1, 0, 0,              // one 2x1 image
+    2,    2,   0x44, 0x0A, 0,                                  // LZW: clear, 0, 1, end
     0x3B};
 
 // An 8x4 image, red on the left half and blue on the right, encoded by gdk-pixbuf's saver.

@@ -154,52 +154,52 @@ void drawSublayer(const Layer& layer, GtkSnapshot* snapshot) {
   gtk_snapshot_restore(snapshot);
 }
 
-void drawLayerShown(const Layer& layer, const LayerValues& shown, GtkSnapshot* snapshot) {
+// The layer's own drawing around `content`: the background and the sublayers behind, then the
+// content (clipped with them when the layer masks), then the edge sublayers and the border.
+template <typename Content>
+void drawLayerAround(const Layer& layer, const LayerValues& shown, GtkSnapshot* snapshot,
+                     Content&& content) {
   if (layer.hidden()) return;
   const bool faded = shown.opacity < 1;
   if (faded) gtk_snapshot_push_opacity(snapshot, shown.opacity);
   drawBackground(layer, shown, snapshot);
   if (layer.masksToBounds()) pushClip(layer, shown, snapshot);
   for (const Layer* sublayer : sublayersByZ(layer, false)) drawSublayer(*sublayer, snapshot);
+  content();
   for (const Layer* sublayer : sublayersByZ(layer, true)) drawSublayer(*sublayer, snapshot);
   if (layer.masksToBounds()) gtk_snapshot_pop(snapshot);
   drawBorder(layer, shown, snapshot);
   if (faded) gtk_snapshot_pop(snapshot);
 }
 
+void drawLayerShown(const Layer& layer, const LayerValues& shown, GtkSnapshot* snapshot) {
+  drawLayerAround(layer, shown, snapshot, [] {});
+}
+
 void drawViewShown(View& view, const LayerValues& shown, GtkSnapshot* snapshot,
                    bool throughWidgets) {
-  const Layer& layer = view.layer();
-  if (layer.hidden()) return;
-  const bool faded = shown.opacity < 1;
-  if (faded) gtk_snapshot_push_opacity(snapshot, shown.opacity);
-  drawBackground(layer, shown, snapshot);
-  if (layer.masksToBounds()) pushClip(layer, shown, snapshot);
-  for (const Layer* sublayer : sublayersByZ(layer, false)) drawSublayer(*sublayer, snapshot);
-  DrawContext context(snapshot);
-  view.drawContent(context);
-  auto* widget = static_cast<GtkWidget*>(view.nativeWidget());
-  if (auto* content = static_cast<GtkWidget*>(view.nativeContent()); content && throughWidgets) {
-    gtk_widget_snapshot_child(widget, content, snapshot);
-  }
-  for (const auto& child : view.subviews()) {
-    auto* childWidget = static_cast<GtkWidget*>(child->nativeWidget());
-    if (throughWidgets) {
-      gtk_widget_snapshot_child(widget, childWidget, snapshot);
-    } else if (!child->isHidden()) {
-      const LayerValues childShown = child->layer().presentation();
-      gtk_snapshot_save(snapshot);
-      GskTransform* transform = toGskTransform(childShown.toParent());
-      gtk_snapshot_transform(snapshot, transform);
-      gsk_transform_unref(transform);
-      drawViewShown(*child, childShown, snapshot, false);
-      gtk_snapshot_restore(snapshot);
+  drawLayerAround(view.layer(), shown, snapshot, [&] {
+    DrawContext context(snapshot);
+    view.drawContent(context);
+    auto* widget = static_cast<GtkWidget*>(view.nativeWidget());
+    if (auto* content = static_cast<GtkWidget*>(view.nativeContent()); content && throughWidgets) {
+      gtk_widget_snapshot_child(widget, content, snapshot);
     }
-  }
-  for (const Layer* sublayer : sublayersByZ(layer, true)) drawSublayer(*sublayer, snapshot);
-  if (layer.masksToBounds()) gtk_snapshot_pop(snapshot);
-  drawBorder(layer, shown, snapshot);
-  if (faded) gtk_snapshot_pop(snapshot);
+    for (const auto& child : view.subviews()) {
+      auto* childWidget = static_cast<GtkWidget*>(child->nativeWidget());
+      if (throughWidgets) {
+        gtk_widget_snapshot_child(widget, childWidget, snapshot);
+      } else if (!child->isHidden()) {
+        const LayerValues childShown = child->layer().presentation();
+        gtk_snapshot_save(snapshot);
+        GskTransform* transform = toGskTransform(childShown.toParent());
+        gtk_snapshot_transform(snapshot, transform);
+        gsk_transform_unref(transform);
+        drawViewShown(*child, childShown, snapshot, false);
+        gtk_snapshot_restore(snapshot);
+      }
+    }
+  });
 }
 
 }  // namespace
