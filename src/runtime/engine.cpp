@@ -7,6 +7,7 @@
 #include "runtime/exception_handler.h"
 #include "runtime/log.h"
 #include "runtime/value_helpers.h"
+#include "ui/ui_store.h"
 
 namespace talvero {
 
@@ -34,9 +35,10 @@ TalveroEngine::TalveroEngine() {
   animationManager_ = std::make_shared<AnimationManager>();
   animationManager_->startDisplayLink();
   timerManager_ = std::make_shared<TimerManager>(animationManager_);
+  creatorUI_ = std::make_unique<CreatorUIStore>();
   creatorGLHandler_ = std::make_unique<CreatorGLHandler>();
   creator2dHandler_ = std::make_unique<Creator2DHandler>();
-  creatorUIHandler_ = std::make_unique<CreatorUIHandler>();
+  creatorUIHandler_ = std::make_unique<CreatorUIHandler>(*creatorUI_);
   creatorUtilsHandler_ = std::make_unique<CreatorUtilsHandler>(animationManager_);
   std::weak_ptr<bool> engineAlive = alive_;
   creatorUtilsHandler_->openProject = [this, engineAlive](const std::string& source,
@@ -127,6 +129,7 @@ void TalveroEngine::openProject(const std::string& source, const ScriptValue& re
 void TalveroEngine::releaseResources(const ScriptContext& context) {
   timerManager_->cancelAll(context);
   animationManager_->cancelAll(context);
+  creatorUI_->releaseInputCallbacks(context);
 }
 
 void TalveroEngine::setLanguage(const std::string& language) {

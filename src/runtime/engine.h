@@ -8,11 +8,14 @@
 #include "runtime/animation_manager.h"
 #include "runtime/callback_registry.h"
 #include "runtime/handlers/console_handler.h"
+#include "runtime/handlers/creator_ui_handler.h"
 #include "runtime/handlers/creator_utils_handler.h"
 #include "runtime/handlers/scene_handlers.h"
 #include "runtime/timer_manager.h"
 
 namespace talvero {
+
+class CreatorUIStore;
 
 // A host function under a dotted script path, applied to every context.
 struct Registration {
@@ -51,9 +54,11 @@ class TalveroEngine {
   TimerManager& timerManager() { return *timerManager_; }
   AnimationManager& animationManager() { return *animationManager_; }
   CreatorUtilsHandler& creatorUtilsHandler() { return *creatorUtilsHandler_; }
+  CreatorUIStore& creatorUI() { return *creatorUI_; }
 
  private:
   ScriptContext currentContext_;
+  std::unique_ptr<CreatorUIStore> creatorUI_;
   std::shared_ptr<TimerManager> timerManager_;
   std::shared_ptr<AnimationManager> animationManager_;
   std::unique_ptr<CreatorGLHandler> creatorGLHandler_;

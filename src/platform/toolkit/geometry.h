@@ -9,11 +9,13 @@ namespace talvero::toolkit {
 struct Point {
   double x = 0;
   double y = 0;
+  bool operator==(const Point&) const = default;
 };
 
 struct Size {
   double width = 0;
   double height = 0;
+  bool operator==(const Size&) const = default;
 };
 
 struct Rect {
@@ -28,6 +30,7 @@ struct Rect {
     return p.x >= origin.x && p.y >= origin.y && p.x < origin.x + size.width &&
            p.y < origin.y + size.height;
   }
+  bool operator==(const Rect&) const = default;
 };
 
 // Straight (not premultiplied) colour, channels 0 to 1.

@@ -9,7 +9,6 @@ namespace talvero {
 // its subsystem lands.
 class CreatorGLHandler : public ScriptHandler {};
 class Creator2DHandler : public ScriptHandler {};
-class CreatorUIHandler : public ScriptHandler {};
 class CreatorCanvasHandler : public ScriptHandler {};
 
 }  // namespace talvero

@@ -1,0 +1,47 @@
+#include "ui/node_factory.h"
+
+#include <set>
+
+#include "runtime/log.h"
+#include "ui/node_text.h"
+#include "ui/node_views.h"
+
+namespace talvero {
+
+namespace {
+
+// Kinds whose node classes are still to be built: they stand as plain containers meanwhile,
+// and say so once per kind.
+void warnUnbuiltKind(const std::string& type) {
+  static std::set<std::string> warned;
+  if (warned.insert(type).second) {
+    logLine("[WARN] node type \"" + type + "\" is not built yet; shown as a plain container");
+  }
+}
+
+}  // namespace
+
+bool isMeasuredKind(const std::string& type) {
+  // Images, inputs and videos are measured too once their classes exist; as plain
+  // containers they are laid out like any other.
+  return type == "text";
+}
+
+std::shared_ptr<NodeProtocol> makeNodeOfKind(const std::string& type, bool scrollable,
+                                             YGNodeRef nodePtr, const ScriptValue& script,
+                                             CreatorUIStore& store) {
+  if (type == "text") return std::make_shared<NodeText>(type, nodePtr, script, store);
+  if (type == "button") return std::make_shared<NodeButton>(type, nodePtr, script, store);
+  if (type == "widget") return std::make_shared<NodeWidget>(type, nodePtr, script, store);
+  if (type == "screen") {
+    if (scrollable) warnUnbuiltKind("scrollable screen");
+    return std::make_shared<NodeScreen>(type, nodePtr, script, store);
+  }
+  if (type == "image" || type == "input" || type == "textarea" || type == "scrollable" ||
+      type == "video" || type == "vlist") {
+    warnUnbuiltKind(type);
+  }
+  return std::make_shared<Node>(type, nodePtr, script, store);
+}
+
+}  // namespace talvero

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <yoga/Yoga.h>
+
+#include <string>
+
+#include "platform/script/script_value.h"
+#include "style_core/node_tree.h"
+
+namespace talvero {
+
+// Feeds one script style value into the style core: a text or a number as it is, an object
+// with `_id` as "id:<number>", any other object as a conditional block whose key names a
+// layer (a `duration` there is a button's transition, in milliseconds).
+void applyStyle(LayerId layer, YGNodeRef node, const std::string& key, const NativeValue& value);
+
+// The handlers the style core calls back for the properties a view must see; each finds the
+// node by screen id and changes its view. Run once when the store is made.
+void registerStyleHandlers();
+
+}  // namespace talvero
