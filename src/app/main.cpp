@@ -30,6 +30,8 @@ int runScript(const talvero::CommandLine& line) {
     return 2;
   }
 
+  // A display is optional here: without one the UI tree says so and shows nothing.
+  talvero::toolkit::initToolkit();
   auto engine = std::make_unique<talvero::TalveroEngine>();
   talvero::dispatch::TimerSource idleCheck;
   if (line.exitWhenIdle) {

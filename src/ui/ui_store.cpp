@@ -5,6 +5,8 @@
 
 #include "platform/dispatch/main_queue.h"
 #include "platform/toolkit/events.h"
+#include "platform/toolkit/window.h"
+#include "runtime/log.h"
 #include "runtime/value_helpers.h"
 #include "style_core/layers.h"
 #include "style_core/vlist.h"
@@ -17,6 +19,16 @@ namespace talvero {
 namespace {
 
 CreatorUIStore* activeStore = nullptr;
+
+// Views need a display; a script run without one (`--run` on a bare console) keeps running
+// with a UI that shows nothing, and is told so once.
+bool viewsAvailable() {
+  if (toolkit::toolkitReady()) return true;
+  static bool warned = false;
+  if (!warned) logLine("[WARN] no display: _creatorUI screens and widgets are not built");
+  warned = true;
+  return false;
+}
 
 // At once on the main thread, else queued to it.
 void onMainThread(std::function<void()> work) {
@@ -148,6 +160,7 @@ void CreatorUIStore::layoutAllWidgets() {
 }
 
 void CreatorUIStore::openScreen(const ScriptValue& node) {
+  if (!viewsAvailable()) return;
   if (currentScreen) {
     screens().clear();
     currentScreen->invokeOnClose();
@@ -201,6 +214,7 @@ std::shared_ptr<UIScreen> CreatorUIStore::newRouterScreen(const ScriptValue& nod
 }
 
 void CreatorUIStore::routerOpen(const ScriptValue& node, const ScriptValue& onChange) {
+  if (!viewsAvailable()) return;
   onMainThread([this, node, onChange] {
     if (navStack.empty() && currentScreen) {
       currentScreen->invokeOnClose();
@@ -216,6 +230,7 @@ void CreatorUIStore::routerOpen(const ScriptValue& node, const ScriptValue& onCh
 }
 
 void CreatorUIStore::routerPush(const ScriptValue& node) {
+  if (!viewsAvailable()) return;
   onMainThread([this, node] {
     newRouterScreen(node);
     screenTransition = 1;
@@ -225,6 +240,7 @@ void CreatorUIStore::routerPush(const ScriptValue& node) {
 }
 
 void CreatorUIStore::routerReplace(const ScriptValue& node) {
+  if (!viewsAvailable()) return;
   onMainThread([this, node] {
     std::shared_ptr<UIScreen> old;
     if (!navStack.empty()) {
@@ -276,6 +292,7 @@ void CreatorUIStore::routerRestore() {
 }
 
 void CreatorUIStore::showWidget(const ScriptValue& node) {
+  if (!viewsAvailable()) return;
   onMainThread([this, node] {
     auto screen = std::make_shared<UIScreen>(*this, true);
     screen->build(pushWidget(screen), node);

@@ -12,6 +12,8 @@ bool initToolkit() {
   // The 3D renderer shares GLX contexts with the windows: X11 unless the user chose.
   setenv("GDK_BACKEND", "x11", 0);
   setenv("GDK_DEBUG", "gl-glx", 0);
+  // Without a session bus the accessibility bridge can only complain on every start.
+  if (!getenv("DBUS_SESSION_BUS_ADDRESS")) setenv("GTK_A11Y", "none", 0);
   if (gtk_init_check()) return true;
   // A display server that is restarting (a virtual one resets when its last client leaves)
   // refuses connections for a moment: try again briefly before giving up.
@@ -20,6 +22,10 @@ bool initToolkit() {
     gdk_display_manager_open_display(gdk_display_manager_get(), nullptr);
   }
   return gdk_display_get_default() != nullptr;
+}
+
+bool toolkitReady() {
+  return gtk_is_initialized() && gdk_display_get_default() != nullptr;
 }
 
 Window::Window(Application& application, const std::string& title, int width, int height) {

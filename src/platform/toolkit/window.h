@@ -84,5 +84,7 @@ class Application {
 // Prepares the platform for windows: X11 unless the user chose a GDK backend, and GLX for GL
 // contexts, as the 3D renderer shares them. False when no display can be opened.
 bool initToolkit();
+// Whether `initToolkit` succeeded: views can be made.
+bool toolkitReady();
 
 }  // namespace talvero::toolkit
