@@ -272,6 +272,19 @@ TEST_F(AnimationTest, DisabledActionsStopChangesFromAnimating) {
   EXPECT_TRUE(layer.hasAnimation("opacity"));
 }
 
+TEST_F(AnimationTest, TheRunningGroupDurationIsTheInnermostGroupsEvenWithActionsDisabled) {
+  EXPECT_EQ(runningGroupDuration(), 0);
+  std::vector<double> seen;
+  runGroup(0.3, TimingFunction::Linear, [&] {
+    seen.push_back(runningGroupDuration());
+    runGroup(0.1, TimingFunction::Linear, [&] { seen.push_back(runningGroupDuration()); });
+    ScopedTransaction quiet;
+    seen.push_back(runningGroupDuration());
+  });
+  EXPECT_EQ(seen, (std::vector<double>{0.3, 0.1, 0.3}));
+  EXPECT_EQ(runningGroupDuration(), 0);
+}
+
 TEST_F(AnimationTest, AChangeMidAnimationStartsFromTheValueOnScreen) {
   Layer& layer = box->layer();
   runGroup(1, TimingFunction::Linear, [&] { layer.setOpacity(0); });

@@ -315,6 +315,11 @@ void runGroup(double duration, TimingFunction timing, const std::function<void()
   }
 }
 
+double runningGroupDuration() {
+  const auto& clock = AnimationClock::get();
+  return clock.groups.empty() ? 0 : clock.groups.back()->duration;
+}
+
 AnimationGroupContext* implicitAnimationContext() {
   const auto& clock = AnimationClock::get();
   if (clock.groups.empty() || Transaction::disableActions()) return nullptr;

@@ -81,6 +81,10 @@ class ScopedTransaction {
 void runGroup(double duration, TimingFunction timing, const std::function<void()>& changes,
               std::function<void()> completion = {});
 
+// The duration of the innermost group whose changes run now, or 0 outside any group, with or
+// without actions disabled: for code that animates a property by hand over the group's time.
+double runningGroupDuration();
+
 // ---- The clock -----------------------------------------------------------------------------
 
 // The time animations run on, in seconds. The monotonic clock unless replaced; a null clock
