@@ -22,7 +22,7 @@ struct ViewExtras {
   std::optional<toolkit::Transform3D> transform;  // as the style last set it
   bool didReportLayout = false;                   // `onLayout` has fired once
   bool userInteractionEnabled = true;             // false for `pointerEvents: none`
-  bool overflowVisible = true;
+  bool overflowVisible = false;                   // the last `overflow` was "visible"
   // Corner radii: top left, top right, bottom left, bottom right.
   std::optional<std::array<float, 4>> cornerRadii;
 };
