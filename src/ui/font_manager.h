@@ -9,35 +9,44 @@
 
 #include "platform/script/script_value.h"
 #include "platform/toolkit/font.h"
+#include "platform/toolkit/font_registry.h"
 
 namespace talvero {
 
 class CreatorUIStore;
 
-// Fonts registered at run time, for the life of the process: family names (plain, and
-// "family|weight|style") to the face each stands for.
+// The fonts that scripts registered at run time, for the life of the process. Each family is
+// entered twice: under "family|weight|style" (style 0 or 2) and under the plain family, which
+// so always stands for the face registered last. Lookups may come from any thread.
 class FontManager {
  public:
   static FontManager& shared();
-  // Registers the bytes of a font file under `family`; a face that is already registered
-  // counts as success. `style` is 2 for italic, else 0.
-  bool registerFont(const std::string& family, int weight, int style,
-                    const std::vector<uint8_t>& data);
-  // The registered face for the exact weight and style, else the one under the plain family.
-  std::optional<std::string> lookup(const std::string& family, int weight, int style) const;
+
+  // Registers the bytes of a font file and enters its first face under `family`. A missing
+  // `weight` counts as 400; `style` "italic" is style 2, anything else 0. A face registered
+  // before counts as success. False when the bytes hold no face. Main thread.
+  bool registerFont(const std::string& family, std::optional<int> weight,
+                    const std::optional<std::string>& style, const std::vector<uint8_t>& data);
+
+  // The face under the exact "family|weight|style" key, else under the plain family.
+  std::optional<toolkit::RegisteredFace> lookup(const std::string& family, int weight,
+                                                int style) const;
 
  private:
-  mutable std::mutex lock_;
-  std::unordered_map<std::string, std::string> registered_;
+  mutable std::mutex lock;
+  std::unordered_map<std::string, toolkit::RegisteredFace> registered;
 };
 
-// The font of a text node's four font fields.
+// The font of the four font fields of a text node or an input: a registered face of the
+// family, else an installed family of that name, else the system font with the weight. Only
+// the system font takes the weight; a face stays as it was drawn. Style 2 is italic.
 toolkit::Font makeFont(float fontSize, int fontWeight, uint8_t fontStyle,
                        const std::optional<std::string>& fontFamily);
 
-// `_creatorUI.registerFont`: reads the source, registers it on the main queue, then refreshes
-// the fonts of open screens and calls `onSuccess`, or calls `onError` with
-// "registerFont failed: <family>".
+// `_creatorUI.registerFont(family, source, options, onSuccess, onError)`. `source` is a path,
+// a "file://" URL or a buffer id; its bytes are read at once and registered on a later turn of
+// the main queue. Then the fonts of the open screens are refreshed and `onSuccess()` is called,
+// or `onError("registerFont failed: <family>")` when there were no bytes or no face in them.
 void registerFont(CreatorUIStore& store, const std::string& family, const ScriptValue& source,
                   const ScriptValue& options, const ScriptValue& onSuccess,
                   const ScriptValue& onError);

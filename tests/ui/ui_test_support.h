@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -44,7 +45,10 @@ class UITest : public ::testing::Test {
   CreatorUIStore& store() { return engine->creatorUI(); }
   void run(const std::string& source) { engine->run(source); }
   // Runs every block queued so far (flushes included), then what they queued in turn.
-  void settle() { dispatch::pumpFor(0.05); }
+  void settle() {
+    dispatch::pumpUntil([] { return dispatch::pendingCount() == 0; }, 2);
+    dispatch::pumpFor(0.01);
+  }
   // The host's layout pass of the current screen at the container's size.
   void layout() {
     store().setSize(800, 600);
@@ -66,6 +70,50 @@ class UITest : public ::testing::Test {
   std::vector<std::shared_ptr<toolkit::View>> opened;
   std::vector<int> transitions;
   int closes = 0;
+};
+
+// An engine on a real toolkit whose scripts report through `record(value)`, with helpers to
+// open a tree, lay it out and reach its nodes.
+class UIEngineTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(toolkit::initToolkit()) << "no display: run the tests under xvfb-run";
+    engine.registerCallback("record", [this](const std::vector<ScriptValue>& args) -> NativeValue {
+      records.push_back(args.empty() ? "" : args[0].toString());
+      return {};
+    });
+  }
+
+  UIScreen& screen() { return *engine.creatorUI().currentScreen; }
+
+  // Opens `tree` (a script expression) as the screen, kept in the global `tree`, laid out at
+  // 400 by 300.
+  void openTree(const std::string& tree) {
+    engine.run("var tree = " + tree + "; _creatorUI.openScreen(tree);");
+    ASSERT_NE(engine.creatorUI().currentScreen, nullptr);
+    screen().calculateLayout(400, 300);
+  }
+
+  // The node of a script object reached by an expression over `tree`.
+  template <class Node>
+  Node& nodeAt(const std::string& expression) {
+    engine.run("var __id = " + expression + "._id;");
+    const auto id = static_cast<uint64_t>(global("__id").toDouble());
+    auto* node = dynamic_cast<Node*>(screen().node(id));
+    if (!node) throw std::runtime_error("no such node: " + expression);
+    return *node;
+  }
+
+  ScriptValue global(const std::string& name) {
+    return engine.currentContext().globalObject().get(name);
+  }
+
+  bool waitForRecords(size_t count, double seconds = 3) {
+    return dispatch::pumpUntil([&] { return records.size() >= count; }, seconds);
+  }
+
+  TalveroEngine engine;
+  std::vector<std::string> records;
 };
 
 }  // namespace talvero::testing

@@ -44,6 +44,8 @@ std::string contentHash(const std::vector<uint8_t>& bytes) {
 
 struct Face {
   std::vector<std::string> families;  // the name that text asks for first
+  int weight = 400;
+  bool italic = false;
   std::string key;
 };
 
@@ -58,6 +60,12 @@ std::vector<Face> facesOf(const std::string& path, const std::string& hash) {
     for (int n = 0; FcPatternGetString(set->fonts[i], FC_FAMILY, n, &family) == FcResultMatch; ++n)
       face.families.emplace_back(reinterpret_cast<const char*>(family));
     if (face.families.empty()) continue;
+    int weight = FC_WEIGHT_REGULAR;
+    if (FcPatternGetInteger(set->fonts[i], FC_WEIGHT, 0, &weight) == FcResultMatch)
+      face.weight = std::clamp(FcWeightToOpenType(weight), 100, 900);
+    int slant = FC_SLANT_ROMAN;
+    FcPatternGetInteger(set->fonts[i], FC_SLANT, 0, &slant);
+    face.italic = slant != FC_SLANT_ROMAN;
     FcChar8* style = nullptr;
     FcPatternGetString(set->fonts[i], FC_STYLE, 0, &style);
     face.key = face.families.front() + "|" + (style ? reinterpret_cast<const char*>(style) : "") +
@@ -89,6 +97,7 @@ FontRegistration registerFaces(const std::string& path, const std::vector<uint8_
   bool allKnown = true;
   for (const Face& face : faces) {
     if (!knownFaces().contains(face.key)) allKnown = false;
+    result.faces.push_back(RegisteredFace{face.families.front(), face.weight, face.italic});
     for (const std::string& family : face.families) {
       if (std::find(result.families.begin(), result.families.end(), family) ==
           result.families.end())
