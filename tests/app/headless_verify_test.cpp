@@ -111,7 +111,8 @@ TEST_F(HeadlessVerifyTest, TheBundleScreenIsRenderedDismissedAndDragged) {
   write("bundle.js",
         std::string(kTexts) +
             "var root = {type: 'screen', _interactive: true, _style: {padding: 20},"
-            "  children: texts.concat([{type: 'button', _style: {}, children: [text('Go')]}]),"
+            "  children: texts.concat([{type: 'button', _style: {}, children: [text('Go')],"
+            "    _emitTouchStart: function () { return null; }, _emitClick: function () {} }]),"
             "  _emitTouchStart: function (id, x, y) {"
             "    record('start ' + id + ' ' + x + ',' + y); var moves = 0;"
             "    return {onMove: function () { moves++; },"
@@ -166,7 +167,7 @@ TEST_F(HeadlessVerifyTest, LauncherScreenOpenedLaterIsFoundButItsButtonOpensNoSc
             "function launch(argv) { setTimeout(function () {"
             "  _creatorUI.openScreen({type: 'screen', _style: {padding: 20},"
             "    children: texts.concat([{type: 'button', _style: {}, children: [text('Play')],"
-            "      _emitTouchStart: function () { return null; } }])});"
+            "      _emitTouchStart: function () { return null; }, _emitClick: function () {} }])});"
             "}, 300); }");
   EXPECT_EQ(verify(true, {"talvero", "--verify-launcher"}), 1);
   const std::string expected =

@@ -73,9 +73,10 @@ fresh_png_with_content /tmp/talvero-app-ui-dragged.png
 
 if [[ $clicks == --clicks ]]; then
   expect_order \
-    "[verify] clicked first button" \
+    "[verify] UI screen rendered" \
     "[bundle] push clicked" \
     "[bundle] router at second" \
+    "[verify] clicked first button" \
     "[verify] router pushed; depth 2" \
     "[bundle] pop clicked" \
     "[bundle] router at root" \
