@@ -39,6 +39,7 @@ case "$command" in
   bench)
     build/talvero_bench
     build/talvero_style_bench
-    exec "${headless[@]}" build/talvero_toolkit_bench
+    "${headless[@]}" build/talvero_toolkit_bench
+    exec "${headless[@]}" build/talvero_ui_bench
     ;;
 esac

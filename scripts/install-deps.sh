@@ -10,6 +10,8 @@ packages=(
   libjavascriptcoregtk-4.1-dev libglib2.0-dev
   # tests and benchmarks
   googletest libgtest-dev libgmock-dev libbenchmark-dev
+  # reads the PNGs of the self-tests in the end-to-end tests
+  python3
   # view toolkit, text, images, fonts
   libgtk-4-dev libpango1.0-dev libcairo2-dev libgdk-pixbuf-2.0-dev libfontconfig-dev
   libfreetype-dev libpng-dev webp-pixbuf-loader

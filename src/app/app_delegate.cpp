@@ -1,5 +1,6 @@
 #include "app/app_delegate.h"
 
+#include "app/headless_verify.h"
 #include "runtime/keyboard_state.h"
 #include "runtime/log.h"
 
@@ -9,26 +10,35 @@ namespace {
 
 constexpr int kWindowWidth = 960;
 constexpr int kWindowHeight = 640;
+constexpr double kVerifyWidth = 800;
+constexpr double kVerifyHeight = 600;
 
 }  // namespace
 
 AppDelegate::AppDelegate(std::vector<std::string> argv, std::string bundle)
     : engine(std::make_unique<TalveroEngine>()),
+      host(engine->creatorUI()),
       launch_(*engine, std::move(bundle), std::move(argv), executableDirectory()) {
   const LaunchFlags flags = readLaunchFlags(launch_.argv());
   headlessVerify = flags.verify;
   headlessVerifyLauncher = flags.verifyLauncher;
   launch_.containerSize = [this]() -> std::optional<toolkit::Size> {
-    if (!container) return std::nullopt;
-    return container->bounds().size;
+    if (!host.container) return std::nullopt;
+    return host.container->bounds().size;
   };
+}
+
+void AppDelegate::wireEngine() {
+  launch_.wireEngine();
+  host.wireStore();
 }
 
 void AppDelegate::applicationDidFinishLaunching(toolkit::Application& application) {
   logLine("[TalveroApp] applicationDidFinishLaunching");
   window = std::make_unique<toolkit::Window>(application, "Talvero", kWindowWidth, kWindowHeight);
-  container = window->contentView();
-  launch_.wireEngine();
+  host.container = window->contentView();
+  wireEngine();
+  window->setOnResize([this](toolkit::Size) { host.containerResized(); });
   window->present();
   keyMonitor = KeyboardState::installMonitor(*window);
   launch_.runLauncher();
@@ -36,12 +46,23 @@ void AppDelegate::applicationDidFinishLaunching(toolkit::Application& applicatio
 
 int AppDelegate::runVerification() {
   logLine("[TalveroApp] applicationDidFinishLaunching");
-  if (headlessVerifyLauncher) {
-    logLine("[TalveroApp] --verify-launcher: the launcher self-test is not implemented yet");
-  } else {
-    logLine("[TalveroApp] --verify: the bundle self-test is not implemented yet");
+  const char* failed = headlessVerifyLauncher ? "[launcher] FAILED" : "[verify] FAILED";
+  // No window, but the views are the toolkit's and need a display connection.
+  if (!toolkit::initToolkit()) {
+    logLine(
+        "[TalveroApp] the self-tests build real views and need an X11 display; none could "
+        "be opened (try xvfb-run -a)");
+    logLine(failed);
+    return 1;
   }
-  return 1;
+  host.container = std::make_shared<toolkit::View>();
+  host.container->setFrame({{0, 0}, {kVerifyWidth, kVerifyHeight}});
+  // The bundle test renders scenes offscreen only; the launcher test builds their views.
+  host.buildsSceneViews = headlessVerifyLauncher;
+  wireEngine();
+  HeadlessVerify verify(engine->creatorUI(), launch_, host);
+  verify.snapshotFolder = snapshotFolder;
+  return headlessVerifyLauncher ? verify.verifyLauncher() : verify.verifyBundle();
 }
 
 }  // namespace talvero

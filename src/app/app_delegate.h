@@ -6,14 +6,15 @@
 #include <vector>
 
 #include "app/app_launch.h"
+#include "app/host_views.h"
 #include "platform/toolkit/view.h"
 #include "platform/toolkit/window.h"
 #include "runtime/engine.h"
 
 namespace talvero {
 
-// The host: one window whose content view `container` will parent every other view, and
-// the engine wired to it. Main thread only.
+// The host: one window whose content view is the container of every other view, and the
+// engine wired to it. Main thread only.
 class AppDelegate {
  public:
   AppDelegate(std::vector<std::string> argv, std::string bundle);
@@ -26,12 +27,17 @@ class AppDelegate {
   // The self-test modes, which have no window: the process ends with the status returned.
   int runVerification();
 
+  // The host functions and the provenance lines, then the UI store's host slots.
+  void wireEngine();
+
   std::unique_ptr<toolkit::Window> window;
   std::unique_ptr<TalveroEngine> engine;
-  std::shared_ptr<toolkit::View> container;
+  HostViews host;  // the container and the views stacked in it
   std::optional<int> keyMonitor;
   bool headlessVerify = false;
   bool headlessVerifyLauncher = false;
+  // Where the self-tests write their PNG files.
+  std::string snapshotFolder = "/tmp";
 
  private:
   AppLaunch launch_;

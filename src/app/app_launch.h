@@ -87,7 +87,8 @@ class AppLaunch {
   void wireEngine();
   // "initial.js" of the bundle when it reads; else "launcher.js" and `launch(argv)`.
   void runLauncher();
-  // "bundle.js" of the bundle after `_creator.createEngine` with its preloads.
+  // "bundle.js" of the bundle after `_creator.createEngine` with its preloads, which is skipped
+  // with a log line while the 3D layer does not offer it.
   void runBundle();
 
   std::string launchArgument() const;

@@ -32,10 +32,16 @@ void slideScreens(toolkit::View& container, toolkit::View& incoming,
   leave.fillMode = toolkit::FillMode::Forwards;
   leave.removedOnCompletion = false;
   std::weak_ptr<toolkit::View> leaving = outgoing;
-  leave.completion = [leaving](bool) {
-    if (auto view = leaving.lock()) view->removeFromSuperview();
+  // A slide cut short was replaced by the view's next slide or ended by the host, which now
+  // shows the view again: only a finished slide takes it away.
+  leave.completion = [leaving](bool finished) {
+    if (auto view = leaving.lock(); view && finished) view->removeFromSuperview();
   };
   outgoing->layer().addAnimation(leave, kSlideKey);
+}
+
+void endScreenSlide(toolkit::View& view) {
+  view.layer().removeAnimation(kSlideKey);
 }
 
 }  // namespace talvero

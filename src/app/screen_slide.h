@@ -13,4 +13,8 @@ namespace talvero {
 void slideScreens(toolkit::View& container, toolkit::View& incoming,
                   const std::shared_ptr<toolkit::View>& outgoing, int sign);
 
+// Drops what is left of a view's slide, such as the held end of a slide out, so that it shows
+// at its place again. An unfinished outgoing slide then leaves the view where it is.
+void endScreenSlide(toolkit::View& view);
+
 }  // namespace talvero

@@ -18,24 +18,44 @@ class AppDelegateTest : public testing::ScratchDirTest {
  protected:
   void SetUp() override {
     ScratchDirTest::SetUp();
-    write("launcher.js", "function launch(argv) { record('launch ' + argv.length); }");
+    write("launcher.js",
+          "function launch(argv) { record('launch ' + argv.length);"
+          "  _creatorUI.openScreen({type: 'screen', _style: {}}); }");
     bundle = root;
   }
 
   fs::path bundle;
 };
 
-TEST_F(AppDelegateTest, VerificationModesOpenNoWindowAndSayTheyDoNotExistYet) {
-  AppDelegate delegate({"talvero", "--verify", "--verify-launcher"}, bundle.string());
+TEST_F(AppDelegateTest, BothVerifyFlagsRunTheLauncherTestInAContainerWithoutAWindow) {
+  write("launcher.js",
+        "function launch(argv) { _creatorUI.openScreen({type: 'screen', _style: {padding: 20},"
+        "  children: [{type: 'text', _style: {}, _text: 'The launcher test draws this line of "
+        "text, and this one is long enough to count as content of the picture.'},"
+        "  {type: 'text', _style: {}, _text: 'A second line of text, drawn below the first.'}]});"
+        "}");
+  AppDelegate delegate({"talvero", "--verify", "--verify-launcher", "game.js"}, bundle.string());
   EXPECT_TRUE(delegate.headlessVerify);
   EXPECT_TRUE(delegate.headlessVerifyLauncher);
+  delegate.snapshotFolder = root.string();
   ::testing::internal::CaptureStdout();
-  EXPECT_EQ(delegate.runVerification(), 1);
-  EXPECT_EQ(::testing::internal::GetCapturedStdout(),
-            "[TalveroApp] applicationDidFinishLaunching\n"
-            "[TalveroApp] --verify-launcher: the launcher self-test is not implemented yet\n");
+  const int status = delegate.runVerification();
+  const std::string output = ::testing::internal::GetCapturedStdout();
+
+  EXPECT_EQ(status, 0) << output;
+  EXPECT_EQ(output.rfind("[TalveroApp] applicationDidFinishLaunching\n[provenance] ", 0), 0u);
+  EXPECT_NE(output.find("[launcher] UI rendered\n"
+                        "[launcher] inputKey: A-down=true D-down=false A-up=false -> OK\n"
+                        "[launcher] OK\n"),
+            std::string::npos)
+      << output;
+  EXPECT_EQ(output.find("[verify]"), std::string::npos) << output;
   EXPECT_EQ(delegate.window, nullptr);
-  EXPECT_EQ(delegate.container, nullptr);
+  ASSERT_NE(delegate.host.container, nullptr);
+  EXPECT_EQ(delegate.host.container->bounds().size.width, 800);
+  EXPECT_EQ(delegate.host.container->bounds().size.height, 600);
+  EXPECT_TRUE(fs::exists(root / "talvero-launcher.png"));
+  EXPECT_TRUE(fs::exists(root / "talvero-launcher-layer.png"));
 }
 
 // Needs a display: the whole suite runs under xvfb-run.
@@ -59,7 +79,9 @@ TEST_F(AppDelegateTest, LaunchWiresWindowEngineAndKeysAndClosingTheWindowEndsIt)
   const int status = application.run([&] {
     delegate.applicationDidFinishLaunching(application);
     ASSERT_NE(delegate.window, nullptr);
-    EXPECT_EQ(delegate.container, delegate.window->contentView());
+    EXPECT_EQ(delegate.host.container, delegate.window->contentView());
+    ASSERT_NE(delegate.host.currentScreen, nullptr);  // the launcher's screen, shown in it
+    EXPECT_EQ(delegate.host.currentScreen->superview(), delegate.host.container.get());
     EXPECT_TRUE(delegate.keyMonitor.has_value());
     delegate.engine->run(
         "record(JSON.stringify(_creatorUtils.systemInfo().window) + ' ' +"

@@ -1,13 +1,14 @@
 #!/usr/bin/env bash
-# The talvero host end to end. The self-test modes and a missing bundle need no display; a
-# launch opens the window on a virtual X server, runs the bundled launcher, and keeps running
-# until it is stopped.
+# The talvero host end to end. A missing bundle needs no display; the launcher self-test
+# builds its views on a virtual X server, and a launch opens the window there, runs the
+# bundled launcher, and keeps running until it is stopped.
 set -u
 binary=$1
 failed=0
 out=$(mktemp)
 err=$(mktemp)
-trap 'rm -f "$out" "$err"' EXIT
+stamp=$(mktemp)
+trap 'rm -f "$out" "$err" "$stamp"' EXIT
 
 fail() {
   echo "$1"
@@ -20,12 +21,22 @@ expect_line() {
   grep -qxF -- "$2" "$1" || fail "missing line in $1: $2"
 }
 
-# Both self-test flags: the launcher test wins, and neither exists yet.
-timeout 20 "$binary" --verify --verify-launcher >"$out" 2>"$err"
+# Both self-test flags: the launcher test wins. The bundled launcher's screen renders, the key
+# test passes, and its first button opens no scene, as no scene kind exists yet: FAILED, 1.
+sleep 0.01
+touch "$stamp"
+sleep 0.01
+xvfb-run -a timeout 30 "$binary" --verify --verify-launcher >"$out" 2>"$err"
 expect_status $? 1 "--verify-launcher"
-printf '%s\n' "[TalveroApp] applicationDidFinishLaunching" \
-  "[TalveroApp] --verify-launcher: the launcher self-test is not implemented yet" |
-  diff -u - "$out" || fail "--verify-launcher output differs"
+printf '%s\n' "[launcher] UI rendered" \
+  "[launcher] playground did not open a scene" \
+  "[launcher] inputKey: A-down=true D-down=false A-up=false -> OK" \
+  "[launcher] FAILED" |
+  diff -u - <(tail -n 4 "$out") || fail "--verify-launcher output differs"
+grep -q "^\[verify\]" "$out" && fail "--verify ran beside --verify-launcher"
+for png in /tmp/talvero-launcher.png /tmp/talvero-launcher-layer.png; do
+  [[ -f $png && $png -nt $stamp ]] || fail "$png was not written by this run"
+done
 
 # A bundle that does not open stops the process before anything runs.
 timeout 20 "$binary" --bundle /nonexistent/talvero-bundle app.js >"$out" 2>"$err"

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "platform/toolkit/view.h"
+
+namespace talvero {
+
+class CreatorUIStore;
+
+// The views the host stacks in its container, from the back: a scene view, the current
+// screen, the widget hosts. Each fills the container. Fills the UI store's host slots and
+// keeps the store's layout in step with the container's size. Main thread only.
+class HostViews {
+ public:
+  explicit HostViews(CreatorUIStore& store);
+  ~HostViews();
+  HostViews(const HostViews&) = delete;
+  HostViews& operator=(const HostViews&) = delete;
+
+  // Fills every host slot of the store. Each slot does nothing once this object is gone.
+  void wireStore();
+
+  // Insets, display size, the current screen's layout and every widget's, at the container's
+  // size. Run after a screen opens and on every resize.
+  void layoutScreen();
+  // The container changed size: its children follow it, then the layout.
+  void containerResized();
+
+  // The store's slots.
+  void screenOpened(std::shared_ptr<toolkit::View> view);
+  void screenClosed();
+  void widgetOpened(std::shared_ptr<toolkit::View> view);
+  void widgetClosed(const std::shared_ptr<toolkit::View>& view);
+  void sceneOpenRequested();
+  void scene2dOpenRequested();
+
+  std::shared_ptr<toolkit::View> container;
+  std::shared_ptr<toolkit::View> currentScreen;
+  std::vector<std::shared_ptr<toolkit::View>> openWidgetHosts;  // oldest first
+  bool sceneOpened = false;    // set at the first 3D scene, never cleared
+  bool scene2dOpened = false;  // set at the first 2D scene, never cleared
+  // Off in the bundle self-test, which renders scenes offscreen only.
+  bool buildsSceneViews = true;
+
+ private:
+  CreatorUIStore& store_;
+  std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+};
+
+}  // namespace talvero

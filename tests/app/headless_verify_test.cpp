@@ -1,0 +1,184 @@
+#include "app/headless_verify.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "app/app_launch.h"
+#include "app/host_views.h"
+#include "platform/toolkit/window.h"
+#include "runtime/engine.h"
+#include "scratch_dir.h"
+#include "ui/ui_store.h"
+
+namespace talvero {
+namespace {
+
+namespace fs = std::filesystem;
+
+toolkit::Bitmap flat(int width, int height, uint8_t r, uint8_t g, uint8_t b) {
+  toolkit::Bitmap bitmap{width, height, {}};
+  for (int i = 0; i < width * height; ++i) bitmap.rgba.insert(bitmap.rgba.end(), {r, g, b, 255});
+  return bitmap;
+}
+
+void paint(toolkit::Bitmap& bitmap, int index, uint8_t r, uint8_t g, uint8_t b) {
+  uint8_t* pixel = &bitmap.rgba[static_cast<size_t>(index) * 4];
+  pixel[0] = r;
+  pixel[1] = g;
+  pixel[2] = b;
+}
+
+TEST(SnapshotContent, AFlatPictureOfAnyColourIsEmpty) {
+  for (uint8_t grey : {0, 128, 255}) {
+    EXPECT_EQ(countDifferingPixels(flat(40, 30, grey, grey, grey)), 0u);
+    EXPECT_FALSE(hasContent(flat(40, 30, grey, grey, grey)));
+  }
+}
+
+TEST(SnapshotContent, APixelDiffersFromTheFirstBy41InSumOfChannels) {
+  toolkit::Bitmap bitmap = flat(4, 1, 10, 200, 10);
+  paint(bitmap, 1, 30, 180, 10);  // 20 + 20 + 0: too close
+  paint(bitmap, 2, 30, 180, 11);  // 41, with a channel going down
+  paint(bitmap, 3, 0, 255, 0);    // 10 + 55 + 10 = 75
+  EXPECT_EQ(countDifferingPixels(bitmap), 2u);
+}
+
+TEST(SnapshotContent, MoreThanOnePixelInFiveHundredMustStandOut) {
+  toolkit::Bitmap bitmap = flat(100, 50, 255, 255, 255);  // 5000 pixels: 10 is the bar
+  for (int i = 1; i <= 10; ++i) paint(bitmap, i * 7, 0, 0, 0);
+  EXPECT_FALSE(hasContent(bitmap));
+  paint(bitmap, 4999, 0, 0, 0);
+  EXPECT_TRUE(hasContent(bitmap));
+}
+
+// A bundle and a launcher in a scratch directory, run by the real engine into an 800x600
+// container as the self-test modes do.
+class HeadlessVerifyTest : public testing::ScratchDirTest {
+ protected:
+  void SetUp() override {
+    ScratchDirTest::SetUp();
+    ASSERT_TRUE(toolkit::initToolkit()) << "no display: run the tests under xvfb-run";
+    engine = std::make_unique<TalveroEngine>();
+    engine->registerCallback("record", [this](const std::vector<ScriptValue>& args) {
+      records.push_back(args.empty() ? "" : args[0].toString());
+      return NativeValue();
+    });
+    host = std::make_unique<HostViews>(engine->creatorUI());
+    host->container = std::make_shared<toolkit::View>();
+    host->container->setFrame({{0, 0}, {800, 600}});
+  }
+
+  // Runs a self-test with the given arguments; the output goes to `output`.
+  int verify(bool launcher, std::vector<std::string> argv = {"talvero", "--verify"}) {
+    launch = std::make_unique<AppLaunch>(*engine, root.string(), std::move(argv), "");
+    launch->wireEngine();
+    host->wireStore();
+    HeadlessVerify verifier(engine->creatorUI(), *launch, *host);
+    verifier.snapshotFolder = root.string();
+    ::testing::internal::CaptureStdout();
+    const int status = launcher ? verifier.verifyLauncher() : verifier.verifyBundle();
+    output = ::testing::internal::GetCapturedStdout();
+    return status;
+  }
+  bool said(const std::string& line) { return output.find(line + "\n") != std::string::npos; }
+
+  std::unique_ptr<TalveroEngine> engine;
+  std::unique_ptr<HostViews> host;
+  std::unique_ptr<AppLaunch> launch;
+  std::vector<std::string> records;
+  std::string output;
+};
+
+// Enough text that the picture has content while colours and backgrounds may not show.
+constexpr const char* kTexts =
+    "function text(t) { return {type: 'text', _style: {}, _text: t}; }"
+    "var texts = [text('Headless verification draws these lines of text into memory'),"
+    "  text('and counts the pixels that stand out from the first one of the picture'),"
+    "  text('so that a screen with content is told from an empty or flat one.')];";
+
+TEST_F(HeadlessVerifyTest, ABundleWithNeitherScreenNorSceneIsOk) {
+  write("bundle.js", "record('bundle ran');");
+  EXPECT_EQ(verify(false), 0);
+  EXPECT_TRUE(output.ends_with("[TalveroApp] bundle returned\n[verify] OK\n")) << output;
+  EXPECT_EQ(records, (std::vector<std::string>{"bundle ran"}));
+}
+
+TEST_F(HeadlessVerifyTest, TheBundleScreenIsRenderedDismissedAndDragged) {
+  write("bundle.js",
+        std::string(kTexts) +
+            "var root = {type: 'screen', _interactive: true, _style: {padding: 20},"
+            "  children: texts.concat([{type: 'button', _style: {}, children: [text('Go')],"
+            "    _emitTouchStart: function () { return null; }, _emitClick: function () {} }]),"
+            "  _emitTouchStart: function (id, x, y) {"
+            "    record('start ' + id + ' ' + x + ',' + y); var moves = 0;"
+            "    return {onMove: function () { moves++; },"
+            "            onEnd: function (e) { record('end ' + moves + ' ' + e.clientX + ','"
+            "              + e.clientY); }}; }};"
+            "_creatorUI.openScreen(root);"
+            "var widget = {type: 'widget', _style: {}, children: [text('A widget')],"
+            "  otl: [function () { record('overlay tap'); _creatorUI.hideWidget(widget); }]};"
+            "_creatorUI.showWidget(widget);");
+  EXPECT_EQ(verify(false), 0) << output;
+  for (const char* line :
+       {"[verify] UI screen rendered", "[verify] clicked first button",
+        "[verify] post-click UI rendered", "[verify] dismissed widget via overlay tap",
+        "[verify] screen drag tracked (track -> onMove/onEnd)", "[verify] post-drag UI rendered",
+        "[verify] OK"}) {
+    EXPECT_TRUE(said(line)) << line << "\n" << output;
+  }
+  EXPECT_EQ(records,
+            (std::vector<std::string>{"overlay tap", "start 2000 190,190", "end 10 470,360"}));
+  EXPECT_TRUE(host->openWidgetHosts.empty());
+  for (const char* png : {"talvero-app-ui.png", "talvero-app-ui-after.png",
+                          "talvero-app-ui-dismissed.png", "talvero-app-ui-dragged.png"}) {
+    EXPECT_GT(fs::file_size(root / png), 0u) << png;
+  }
+  EXPECT_FALSE(fs::exists(root / "talvero-app-ui-popped.png"));  // the click pushed nothing
+}
+
+TEST_F(HeadlessVerifyTest, AnEmptyScreenFailsTheBundleTest) {
+  write("bundle.js",
+        "_creatorUI.openScreen({type: 'screen', _style: {},"
+        "  _emitTouchStart: function () { return null; }});");
+  EXPECT_EQ(verify(false), 1);
+  EXPECT_TRUE(said("[verify] UI snapshot empty")) << output;
+  EXPECT_TRUE(output.ends_with("[verify] FAILED\n")) << output;
+}
+
+TEST_F(HeadlessVerifyTest, AnOpenedSceneFailsWhileItCannotBeRenderedHeadless) {
+  engine->registerCallback("openScene", [this](const std::vector<ScriptValue>&) {
+    engine->creatorUI().onOpenScene();
+    return NativeValue();
+  });
+  write("bundle.js", "openScene();");
+  EXPECT_EQ(verify(false), 1);
+  EXPECT_TRUE(said("[verify] 3D scene opened, but headless 3D rendering is not built yet"))
+      << output;
+  EXPECT_TRUE(output.ends_with("[verify] FAILED\n")) << output;
+}
+
+TEST_F(HeadlessVerifyTest, LauncherScreenOpenedLaterIsFoundButItsButtonOpensNoScene) {
+  write("launcher.js",
+        std::string(kTexts) +
+            "function launch(argv) { setTimeout(function () {"
+            "  _creatorUI.openScreen({type: 'screen', _style: {padding: 20},"
+            "    children: texts.concat([{type: 'button', _style: {}, children: [text('Play')],"
+            "      _emitTouchStart: function () { return null; }, _emitClick: function () {} }])});"
+            "}, 300); }");
+  EXPECT_EQ(verify(true, {"talvero", "--verify-launcher"}), 1);
+  const std::string expected =
+      "[launcher] UI rendered\n"
+      "[launcher] playground did not open a scene\n"
+      "[launcher] inputKey: A-down=true D-down=false A-up=false -> OK\n"
+      "[launcher] FAILED\n";
+  EXPECT_TRUE(output.ends_with(expected)) << output;
+  EXPECT_TRUE(fs::exists(root / "talvero-launcher.png"));
+  EXPECT_TRUE(fs::exists(root / "talvero-launcher-layer.png"));
+}
+
+}  // namespace
+}  // namespace talvero

@@ -1,0 +1,84 @@
+// preload: level.glb ; hero.png
+// The bundle of the "--verify" end-to-end test: a routed screen of texts whose first button
+// pushes a second screen, whose own first button pops it again; the root takes touches
+// itself; a widget over everything hides itself when its overlay is tapped. Every listener
+// logs, so the test can tell what the self-test reached.
+
+function log(text) {
+  console.log("[bundle] " + text);
+}
+
+function text(content) {
+  return {type: "text", _text: content, _style: {color: "#f0f0f0", fontSize: 18}};
+}
+
+function button(label, onClick) {
+  return {
+    type: "button",
+    _style: {backgroundColor: "#3a6ee8", paddingHorizontal: 16, paddingVertical: 10},
+    children: [text(label)],
+    _emitTouchStart: function (pointerId) {
+      log("button touch " + pointerId);
+      return null;
+    },
+    _emitClick: function () {
+      onClick();
+    },
+  };
+}
+
+function secondScreen() {
+  return {
+    type: "screen",
+    name: "second",
+    _style: {padding: 24, gap: 12, backgroundColor: "#2c2040"},
+    children: [
+      text("The second screen came in through the router."),
+      button("Back", function () {
+        log("pop clicked");
+        _creatorUI.routerPop(-1);
+      }),
+    ],
+  };
+}
+
+var moves = 0;
+var root = {
+  type: "screen",
+  name: "root",
+  _interactive: true,
+  _style: {padding: 24, gap: 12, backgroundColor: "#20242c"},
+  children: [
+    text("Talvero end-to-end verification"),
+    text("These lines give the snapshot enough drawn pixels to count as content."),
+    text("The first button below pushes a second screen through the router."),
+    button("Push the second screen", function () {
+      log("push clicked");
+      _creatorUI.routerPush(secondScreen());
+    }),
+  ],
+  ol: [function () { log("root opened"); }],
+  _emitTouchStart: function (pointerId, x, y) {
+    log("touch start " + pointerId + " at " + x + "," + y);
+    return {
+      onMove: function () { moves++; },
+      onEnd: function (event) {
+        log("touch end at " + event.clientX + "," + event.clientY + " after " + moves + " moves");
+      },
+    };
+  },
+};
+
+_creatorUI.routerOpen(root, function (node) { log("router at " + node.name); }, false);
+
+var widget = {
+  type: "widget",
+  _style: {top: 400, left: 500, width: 260, height: 120, backgroundColor: "#445566"},
+  children: [text("A widget over the screen")],
+  otl: [function () {
+    log("overlay tapped");
+    _creatorUI.hideWidget(widget);
+  }],
+};
+_creatorUI.showWidget(widget);
+log("built");

@@ -1,0 +1,95 @@
+#!/usr/bin/env bash
+# "--verify" end to end: the talvero binary on a virtual X server runs the bundle of
+# verify_bundle/, drives its screen through the self-test's steps and must end with
+# "[verify] OK" and status 0, having written /tmp/talvero-app-ui.png with content.
+#   verify_test.sh BINARY            the steps that work today
+#   verify_test.sh BINARY --clicks   also the router steps, which need buttons that click
+set -u
+binary=$1
+clicks=${2:-}
+here=$(cd "$(dirname "$0")" && pwd)
+failed=0
+out=$(mktemp)
+err=$(mktemp)
+stamp=$(mktemp)
+trap 'rm -f "$out" "$err" "$stamp"' EXIT
+
+fail() {
+  echo "$1"
+  failed=1
+}
+expect_line() {
+  grep -qxF -- "$1" "$out" || fail "missing line: $1"
+}
+# Lines that must come in this order, other lines between them allowed.
+expect_order() {
+  local last=0 line number
+  for line in "$@"; do
+    number=$(grep -nxF -- "$line" "$out" | cut -d: -f1 | awk -v after="$last" '$1 > after' | head -n 1)
+    if [[ -z $number ]]; then
+      fail "not in order: $line"
+      return
+    fi
+    last=$number
+  done
+}
+fresh_png_with_content() {
+  local png=$1
+  [[ -f $png && $png -nt $stamp ]] || {
+    fail "$png was not written by this run"
+    return
+  }
+  python3 "$here/png_content.py" "$png" >/dev/null || fail "$png has no content"
+}
+
+sleep 0.01  # the PNGs must be newer than the stamp
+xvfb-run -a timeout 30 "$binary" --bundle "$here/verify_bundle" --verify >"$out" 2>"$err"
+status=$?
+[[ $status -eq 0 ]] || fail "exit status $status, expected 0"
+
+source_chars=$(wc -m <"$here/verify_bundle/bundle.js")
+expect_order \
+  "[TalveroApp] applicationDidFinishLaunching" \
+  "[TalveroApp] 3D layer not built; createEngine skipped" \
+  "[TalveroApp] running bundle ($source_chars chars)" \
+  "[bundle] root opened" \
+  "[bundle] router at root" \
+  "[bundle] built" \
+  "[TalveroApp] bundle returned" \
+  "[verify] UI screen rendered" \
+  "[verify] clicked first button" \
+  "[verify] post-click UI rendered" \
+  "[bundle] overlay tapped" \
+  "[verify] dismissed widget via overlay tap" \
+  "[bundle] touch start 2000 at 190,190" \
+  "[bundle] touch end at 470,360 after 10 moves" \
+  "[verify] screen drag tracked (track -> onMove/onEnd)" \
+  "[verify] post-drag UI rendered" \
+  "[verify] OK"
+[[ $(tail -n 1 "$out") == "[verify] OK" ]] || fail "the last line is not [verify] OK"
+grep -q "^\[verify\] typed\|^\[verify\] scrolled" "$out" && fail "a step without its views ran"
+fresh_png_with_content /tmp/talvero-app-ui.png
+fresh_png_with_content /tmp/talvero-app-ui-dragged.png
+
+if [[ $clicks == --clicks ]]; then
+  expect_order \
+    "[verify] UI screen rendered" \
+    "[bundle] push clicked" \
+    "[bundle] router at second" \
+    "[verify] clicked first button" \
+    "[verify] router pushed; depth 2" \
+    "[bundle] pop clicked" \
+    "[bundle] router at root" \
+    "[verify] router popped; depth 1" \
+    "[verify] dismissed widget via overlay tap"
+  expect_line "[bundle] button touch 1"
+  fresh_png_with_content /tmp/talvero-app-ui-popped.png
+fi
+
+[[ $failed -eq 0 ]] || {
+  echo "--- standard output"
+  cat "$out"
+  echo "--- standard error"
+  cat "$err"
+}
+exit $failed
