@@ -26,4 +26,10 @@ ScriptValue getIfNotEmpty(const ScriptValue& value) {
   return value;
 }
 
+ScriptValue invokeIfPresent(const ScriptValue& object, const std::string& name,
+                            const std::vector<NativeValue>& args) {
+  if (!object.isObject() || !object.get(name).isFunction()) return {};
+  return object.invokeMethod(name, args);
+}
+
 }  // namespace talvero

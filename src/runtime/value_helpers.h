@@ -20,6 +20,11 @@ void call_list(const ScriptValue& list, const std::vector<NativeValue>& args);
 // (the empty handle); anything else is returned as it is.
 ScriptValue getIfNotEmpty(const ScriptValue& value);
 
+// Calls `object[name](args)` when it is a function; else gives an empty value and reports
+// nothing, so an object that lacks an optional method is no error.
+ScriptValue invokeIfPresent(const ScriptValue& object, const std::string& name,
+                            const std::vector<NativeValue>& args);
+
 // The elements of a typed array, read and written in place during the native call. The
 // element count is the byte length over the size of T; null for anything but a typed array.
 template <class T>

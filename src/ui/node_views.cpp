@@ -103,7 +103,7 @@ void NodeButton::mouseDown(toolkit::Point point) {
   const toolkit::Point at = inWindow(*this, point);
   store().pressedButtons.insert(nodeId());
   const ScriptValue handler =
-      script().invokeMethod("_emitTouchStart", {kButtonPointerId, at.x, at.y});
+      invokeIfPresent(script(), "_emitTouchStart", {kButtonPointerId, at.x, at.y});
   store().trackTouch(kButtonPointerId, handler, at);
   setPressed(true);
 }
@@ -118,7 +118,8 @@ void NodeButton::mouseUp(toolkit::Point point) {
   const toolkit::Point at = inWindow(*this, point);
   store().pressedButtons.erase(nodeId());
   store().onTouchEnd(kButtonPointerId, at);
-  if (bounds().contains(point)) script().invokeMethod("_emitClick", {kButtonPointerId, at.x, at.y});
+  if (bounds().contains(point))
+    invokeIfPresent(script(), "_emitClick", {kButtonPointerId, at.x, at.y});
   setPressed(false);  // leaves a button that the click removed alone
 }
 
@@ -126,8 +127,8 @@ void NodeButton::emitClick() {
   const toolkit::Rect box = bounds();
   const toolkit::Point at =
       inWindow(*this, {box.x() + box.width() / 2, box.y() + box.height() / 2});
-  script().invokeMethod("_emitTouchStart", {kButtonPointerId, at.x, at.y});
-  script().invokeMethod("_emitClick", {kButtonPointerId, at.x, at.y});
+  invokeIfPresent(script(), "_emitTouchStart", {kButtonPointerId, at.x, at.y});
+  invokeIfPresent(script(), "_emitClick", {kButtonPointerId, at.x, at.y});
 }
 
 void NodeButton::setPressed(bool pressed) {
@@ -223,7 +224,7 @@ void ScreenTouchHandler::handle(const toolkit::MouseEvent& event) {
   }
   const toolkit::View* hit = event.window->contentView()->hitTest(at);
   if (!hit || !hit->isDescendantOf(view_)) return;
-  const ScriptValue handler = nodeJS_.invokeMethod("_emitTouchStart", {pointerId, at.x, at.y});
+  const ScriptValue handler = invokeIfPresent(nodeJS_, "_emitTouchStart", {pointerId, at.x, at.y});
   if (handler.empty()) {
     tracking = false;
     return;

@@ -348,7 +348,7 @@ void CreatorUIStore::onTouchMove(int64_t pointerId, toolkit::Point point) {
   if (found == trackHandlers.end() || !found->second.hasMove) return;
   const ScriptValue handler = found->second.handler;
   const toolkit::Point last = found->second.lastLocation;
-  handler.invokeMethod("onMove", {touchEvent(point, last)});
+  invokeIfPresent(handler, "onMove", {touchEvent(point, last)});
   // The listener may have ended or replaced the touch.
   const auto still = trackHandlers.find(pointerId);
   if (still != trackHandlers.end()) still->second.lastLocation = point;
@@ -359,9 +359,7 @@ void CreatorUIStore::onTouchEnd(int64_t pointerId, toolkit::Point point) {
   if (found == trackHandlers.end()) return;
   const TrackHandler touch = found->second;
   trackHandlers.erase(found);
-  if (touch.handler.isObject() && touch.handler.has("onEnd")) {
-    touch.handler.invokeMethod("onEnd", {touchEvent(point, touch.lastLocation)});
-  }
+  invokeIfPresent(touch.handler, "onEnd", {touchEvent(point, touch.lastLocation)});
 }
 
 void CreatorUIStore::refreshFonts() {
@@ -404,8 +402,8 @@ bool CreatorUIStore::debugDragGL(float fromX, float fromY, float toX, float toY)
 
 bool CreatorUIStore::debugScreenDrag(float fromX, float fromY, float toX, float toY) {
   if (!currentScreen || currentScreen->nodeJS.empty()) return false;
-  const ScriptValue handler =
-      currentScreen->nodeJS.invokeMethod("_emitTouchStart", {kDebugDragPointerId, fromX, fromY});
+  const ScriptValue handler = invokeIfPresent(currentScreen->nodeJS, "_emitTouchStart",
+                                              {kDebugDragPointerId, fromX, fromY});
   trackTouch(kDebugDragPointerId, handler, {fromX, fromY});
   return dragThrough(kDebugDragPointerId, fromX, fromY, toX, toY);
 }

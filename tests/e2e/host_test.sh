@@ -29,10 +29,11 @@ sleep 0.01
 xvfb-run -a timeout 30 "$binary" --verify --verify-launcher >"$out" 2>"$err"
 expect_status $? 1 "--verify-launcher"
 printf '%s\n' "[launcher] UI rendered" \
+  "[launcher] opening the second screen" \
   "[launcher] playground did not open a scene" \
   "[launcher] inputKey: A-down=true D-down=false A-up=false -> OK" \
   "[launcher] FAILED" |
-  diff -u - <(tail -n 4 "$out") || fail "--verify-launcher output differs"
+  diff -u - <(tail -n 5 "$out") || fail "--verify-launcher output differs"
 grep -q "^\[verify\]" "$out" && fail "--verify ran beside --verify-launcher"
 for png in /tmp/talvero-launcher.png /tmp/talvero-launcher-layer.png; do
   [[ -f $png && $png -nt $stamp ]] || fail "$png was not written by this run"

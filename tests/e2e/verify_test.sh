@@ -2,11 +2,9 @@
 # "--verify" end to end: the talvero binary on a virtual X server runs the bundle of
 # verify_bundle/, drives its screen through the self-test's steps and must end with
 # "[verify] OK" and status 0, having written /tmp/talvero-app-ui.png with content.
-#   verify_test.sh BINARY            the steps that work today
-#   verify_test.sh BINARY --clicks   also the router steps, which need buttons that click
+#   verify_test.sh BINARY
 set -u
 binary=$1
-clicks=${2:-}
 here=$(cd "$(dirname "$0")" && pwd)
 failed=0
 out=$(mktemp)
@@ -71,20 +69,19 @@ grep -q "^\[verify\] typed\|^\[verify\] scrolled" "$out" && fail "a step without
 fresh_png_with_content /tmp/talvero-app-ui.png
 fresh_png_with_content /tmp/talvero-app-ui-dragged.png
 
-if [[ $clicks == --clicks ]]; then
-  expect_order \
-    "[verify] UI screen rendered" \
-    "[bundle] push clicked" \
-    "[bundle] router at second" \
-    "[verify] clicked first button" \
-    "[verify] router pushed; depth 2" \
-    "[bundle] pop clicked" \
-    "[bundle] router at root" \
-    "[verify] router popped; depth 1" \
-    "[verify] dismissed widget via overlay tap"
-  expect_line "[bundle] button touch 1"
-  fresh_png_with_content /tmp/talvero-app-ui-popped.png
-fi
+# The router steps: the first click pushes, the second pops.
+expect_order \
+  "[verify] UI screen rendered" \
+  "[bundle] push clicked" \
+  "[bundle] router at second" \
+  "[verify] clicked first button" \
+  "[verify] router pushed; depth 2" \
+  "[bundle] pop clicked" \
+  "[bundle] router at root" \
+  "[verify] router popped; depth 1" \
+  "[verify] dismissed widget via overlay tap"
+expect_line "[bundle] button touch 1"
+fresh_png_with_content /tmp/talvero-app-ui-popped.png
 
 [[ $failed -eq 0 ]] || {
   echo "--- standard output"

@@ -158,6 +158,15 @@ TEST_F(StoreTest, TouchesAreTrackedPerPointerAndEndOnce) {
   EXPECT_EQ(store().trackHandlers.count(8), 0u);
 }
 
+TEST_F(StoreTest, NodesWithoutTouchMethodsAreNoError) {
+  run("var plain = {type: 'button', _style: {width: 20, height: 20}};"
+      "_creatorUI.openScreen({type: 'screen', _style: {}, children: [plain]});");
+  layout();
+  EXPECT_TRUE(store().debugClickFirstButton());  // no _emitTouchStart, no _emitClick
+  EXPECT_FALSE(store().debugScreenDrag(0, 0, 10, 10));
+  EXPECT_TRUE(store().trackHandlers.empty());
+}
+
 TEST_F(StoreTest, ReleasingAContextDropsOnlyItsInputCallbacksAndTouches) {
   run("_creatorUI.registerResizeEvent(function (w, h) { record('resize ' + w + 'x' + h); });"
       "_creatorUI.registerTouchStartEvent(function () { return {}; });"
