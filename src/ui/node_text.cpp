@@ -76,6 +76,7 @@ void NodeText::updateNode(const std::string& key, const ScriptValue& value) {
 
 void NodeText::fontFieldChanged() {
   needsFontUpdate_ = true;
+  forgetMeasurements();
   applyContent();
 }
 
@@ -110,6 +111,7 @@ void NodeText::setTextAlign(toolkit::TextAlignment alignment) {
 
 void NodeText::reloadFont() {
   needsFontUpdate_ = true;
+  forgetMeasurements();
   applyContent();
   relayoutMeasuredNode(*this, hasMeasure_);
 }

@@ -71,17 +71,23 @@ std::string AttributedString::string() const {
 Label::Label() : font_(Font::system(14)) {}
 
 void Label::setFont(const Font& font) {
+  if (font == font_) return;
   font_ = font;
+  forgetMeasurements();
   setNeedsDisplay();
 }
 
 void Label::setString(const std::string& text) {
+  if (text_.runs.size() == 1 && text_.runs[0] == TextRun(text)) return;
   text_.runs.assign(1, TextRun(text));
+  forgetMeasurements();
   setNeedsDisplay();
 }
 
 void Label::setAttributedString(AttributedString text) {
+  if (text == text_) return;
   text_ = std::move(text);
+  forgetMeasurements();
   setNeedsDisplay();
 }
 
@@ -91,12 +97,16 @@ void Label::setTextColor(Color color) {
 }
 
 void Label::setAlignment(TextAlignment alignment) {
+  if (alignment == alignment_) return;
   alignment_ = alignment;
+  forgetMeasurements();
   setNeedsDisplay();
 }
 
 void Label::setPlaceholder(AttributedString placeholder) {
+  if (placeholder == placeholder_) return;
   placeholder_ = std::move(placeholder);
+  forgetMeasurements();
   setNeedsDisplay();
 }
 
@@ -143,13 +153,20 @@ void* Label::newLayout(double width) const {
 }
 
 Size Label::sizeThatFits(double width) const {
+  if (!std::isfinite(width)) width = INFINITY;
+  for (const Measurement& known : measured_) {
+    if (known.width == width) return known.size;
+  }
   auto* layout = static_cast<PangoLayout*>(newLayout(width));
   PangoRectangle ink, logical;
   pango_layout_get_extents(layout, &ink, &logical);
   g_object_unref(layout);
   // Lines are as wide as their text; alignment only moves them within the wrapping width.
-  return Size{std::ceil(static_cast<double>(logical.width) / PANGO_SCALE),
-              std::ceil(static_cast<double>(logical.height) / PANGO_SCALE)};
+  const Size size{std::ceil(static_cast<double>(logical.width) / PANGO_SCALE),
+                  std::ceil(static_cast<double>(logical.height) / PANGO_SCALE)};
+  measured_[1] = measured_[0];
+  measured_[0] = Measurement{width, size};
+  return size;
 }
 
 void Label::drawContent(DrawContext& context) {

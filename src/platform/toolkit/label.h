@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <optional>
 #include <string>
 #include <utility>
@@ -25,6 +26,8 @@ struct TextRun {
   double letterSpacing = 0;  // points added after each character
   bool underline = false;
   bool strikethrough = false;
+
+  bool operator==(const TextRun&) const = default;
 };
 
 struct AttributedString {
@@ -32,6 +35,7 @@ struct AttributedString {
 
   std::string string() const;
   bool empty() const { return string().empty(); }
+  bool operator==(const AttributedString&) const = default;
 };
 
 // Text that is shown, not edited: plain or attributed, wrapped at words to the view's width
@@ -57,12 +61,22 @@ class Label : public View {
   // The size the text needs when it wraps at `width`, rounded up to whole points; with an
   // infinite or NaN width it does not wrap.
   Size sizeThatFits(double width) const;
+  // Sizes are remembered until the label changes; fonts registered later can change them too.
+  void forgetMeasurements() { measured_ = {}; }
 
   void drawContent(DrawContext& context) override;
 
  private:
   // A new PangoLayout* of what the label shows, wrapped at `width` (none when not finite).
   void* newLayout(double width) const;
+
+  // Layout asks the same label for the same widths many times per pass (unbounded, then the
+  // width it settles on); shaping text is the expensive part, so the last two answers are kept.
+  struct Measurement {
+    double width = -1;
+    Size size;
+  };
+  mutable std::array<Measurement, 2> measured_{};
 
   Font font_;
   AttributedString text_;
