@@ -4,28 +4,16 @@
 # bundled launcher, and keeps running until it is stopped.
 set -u
 binary=$1
-failed=0
-out=$(mktemp)
-err=$(mktemp)
-stamp=$(mktemp)
-trap 'rm -f "$out" "$err" "$stamp"' EXIT
+# shellcheck source=e2e_lib.sh
+source "$(dirname "$0")/e2e_lib.sh"
 
-fail() {
-  echo "$1"
-  failed=1
-}
-expect_status() {
-  [[ $1 -eq $2 ]] || fail "$3: exit status $1, expected $2"
-}
 expect_line() {
   grep -qxF -- "$2" "$1" || fail "missing line in $1: $2"
 }
 
 # Both self-test flags: the launcher test wins. The bundled launcher's screen renders, the key
 # test passes, and its first button opens no scene, as no scene kind exists yet: FAILED, 1.
-sleep 0.01
-touch "$stamp"
-sleep 0.01
+mark_start
 xvfb-run -a timeout 30 "$binary" --verify --verify-launcher >"$out" 2>"$err"
 expect_status $? 1 "--verify-launcher"
 printf '%s\n' "[launcher] UI rendered" \

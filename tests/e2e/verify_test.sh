@@ -6,16 +6,9 @@
 set -u
 binary=$1
 here=$(cd "$(dirname "$0")" && pwd)
-failed=0
-out=$(mktemp)
-err=$(mktemp)
-stamp=$(mktemp)
-trap 'rm -f "$out" "$err" "$stamp"' EXIT
+# shellcheck source=e2e_lib.sh
+source "$here/e2e_lib.sh"
 
-fail() {
-  echo "$1"
-  failed=1
-}
 expect_line() {
   grep -qxF -- "$1" "$out" || fail "missing line: $1"
 }
@@ -40,10 +33,9 @@ fresh_png_with_content() {
   python3 "$here/png_content.py" "$png" >/dev/null || fail "$png has no content"
 }
 
-sleep 0.01  # the PNGs must be newer than the stamp
+mark_start
 xvfb-run -a timeout 30 "$binary" --bundle "$here/verify_bundle" --verify >"$out" 2>"$err"
-status=$?
-[[ $status -eq 0 ]] || fail "exit status $status, expected 0"
+expect_status $? 0 "--verify"
 
 source_chars=$(wc -m <"$here/verify_bundle/bundle.js")
 expect_order \

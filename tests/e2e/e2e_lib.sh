@@ -1,0 +1,21 @@
+# Shared by the end-to-end scripts: temporary output files removed on exit, a failure flag,
+# and the checks they all make. Source it after setting `binary`.
+failed=0
+out=$(mktemp)
+err=$(mktemp)
+stamp=$(mktemp)
+trap 'rm -f "$out" "$err" "$stamp"' EXIT
+
+fail() {
+  echo "$1"
+  failed=1
+}
+expect_status() {
+  [[ $1 -eq $2 ]] || fail "$3: exit status $1, expected $2"
+}
+# Files written after this call count as written by the run that follows.
+mark_start() {
+  sleep 0.01
+  touch "$stamp"
+  sleep 0.01
+}
