@@ -13,6 +13,7 @@
 #include "runtime/engine.h"
 #include "runtime/log.h"
 #include "runtime/resources.h"
+#include "runtime/utf8.h"
 
 namespace talvero {
 
@@ -180,42 +181,6 @@ std::string preloadList(const std::vector<std::string>& preloads) {
     list += "\"" + entry + "\"";
   }
   return list;
-}
-
-bool isValidUtf8(const std::string& text) {
-  const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
-  const size_t size = text.size();
-  size_t i = 0;
-  while (i < size) {
-    const unsigned char lead = bytes[i];
-    size_t length;
-    uint32_t codePoint;
-    if (lead < 0x80) {
-      ++i;
-      continue;
-    } else if ((lead & 0xE0) == 0xC0) {
-      length = 2;
-      codePoint = lead & 0x1F;
-    } else if ((lead & 0xF0) == 0xE0) {
-      length = 3;
-      codePoint = lead & 0x0F;
-    } else if ((lead & 0xF8) == 0xF0) {
-      length = 4;
-      codePoint = lead & 0x07;
-    } else {
-      return false;
-    }
-    if (i + length > size) return false;
-    for (size_t k = 1; k < length; ++k) {
-      if ((bytes[i + k] & 0xC0) != 0x80) return false;
-      codePoint = (codePoint << 6) | (bytes[i + k] & 0x3F);
-    }
-    static constexpr uint32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
-    if (codePoint < kSmallest[length] || codePoint > 0x10FFFF) return false;
-    if (codePoint >= 0xD800 && codePoint <= 0xDFFF) return false;
-    i += length;
-  }
-  return true;
 }
 
 std::string argvJson(const std::vector<std::string>& argv) {

@@ -41,7 +41,6 @@ std::string preloadList(const std::vector<std::string>& preloads);
 
 // JSON text of an array of texts; "[]" when one of them is not valid UTF-8.
 std::string argvJson(const std::vector<std::string>& argv);
-bool isValidUtf8(const std::string& text);
 
 // The language code of the user's preferred language: the first set of LANGUAGE (its first
 // entry), LC_ALL, LC_MESSAGES and LANG, cut before its territory, codeset and modifier.

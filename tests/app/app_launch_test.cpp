@@ -90,15 +90,6 @@ TEST(ArgumentText, IsJsonOfEveryArgumentOrAnEmptyArrayForBadUtf8) {
   EXPECT_EQ(argvJson({"talvero", "bad\xff"}), "[]");
 }
 
-TEST(ArgumentText, Utf8CheckRefusesOverlongSurrogateAndCutSequences) {
-  EXPECT_TRUE(isValidUtf8("plain · — 😀"));
-  EXPECT_FALSE(isValidUtf8("\xC0\xAF"));          // overlong "/"
-  EXPECT_FALSE(isValidUtf8("\xED\xA0\x80"));      // a UTF-16 surrogate
-  EXPECT_FALSE(isValidUtf8("\xE2\x82"));          // cut at the end
-  EXPECT_FALSE(isValidUtf8("\xF4\x90\x80\x80"));  // beyond U+10FFFF
-  EXPECT_FALSE(isValidUtf8("a\x80z"));
-}
-
 // ---- Platform facts
 
 TEST(Language, ComesFromTheFirstSetLocaleVariableCutToItsLanguageCode) {
