@@ -94,4 +94,12 @@ ScriptValue ScriptContext::newError(const std::string& message) const {
   return error.isObject() ? error : ScriptValue();
 }
 
+ScriptValue ScriptContext::parseJson(std::string_view text) const {
+  if (!state_) return {};
+  JSStringRef json = glue::makeString(text);
+  JSValueRef value = JSValueMakeFromJSONString(state_->context, json);
+  JSStringRelease(json);
+  return glue::wrap(state_, value);
+}
+
 }  // namespace talvero

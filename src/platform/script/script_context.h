@@ -43,6 +43,8 @@ class ScriptContext {
   ScriptValue nullValue() const;
   // A new `Error` of this context with `message`; empty if the global `Error` is gone.
   ScriptValue newError(const std::string& message) const;
+  // The value of a JSON text, by the engine's own parser; undefined when it is not JSON.
+  ScriptValue parseJson(std::string_view text) const;
 
   const std::shared_ptr<ContextState>& state() const { return state_; }
 
