@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <cctype>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -14,6 +13,7 @@
 #include "runtime/log.h"
 #include "runtime/resources.h"
 #include "runtime/utf8.h"
+#include "services/string_table_json.h"
 
 namespace talvero {
 
@@ -76,44 +76,6 @@ size_t codePointCount(const std::string& text) {
     if ((c & 0xC0) != 0x80) ++count;
   }
   return count;
-}
-
-void appendJsonString(std::string& out, const std::string& text) {
-  out.push_back('"');
-  for (unsigned char c : text) {
-    switch (c) {
-      case '"':
-        out += "\\\"";
-        break;
-      case '\\':
-        out += "\\\\";
-        break;
-      case '\n':
-        out += "\\n";
-        break;
-      case '\r':
-        out += "\\r";
-        break;
-      case '\t':
-        out += "\\t";
-        break;
-      case '\b':
-        out += "\\b";
-        break;
-      case '\f':
-        out += "\\f";
-        break;
-      default:
-        if (c < 0x20) {
-          char escaped[7];
-          std::snprintf(escaped, sizeof escaped, "\\u%04x", c);
-          out += escaped;
-        } else {
-          out.push_back(static_cast<char>(c));
-        }
-    }
-  }
-  out.push_back('"');
 }
 
 bool isCLocale(const std::string& locale) {
