@@ -31,6 +31,8 @@ AppDelegate::AppDelegate(std::vector<std::string> argv, std::string bundle)
 void AppDelegate::wireEngine() {
   launch_.wireEngine();
   host.wireStore();
+  // Pickers and sharing open over this window; its scale factor is the script's pixel ratio.
+  engine->creatorUtilsHandler().systemUtilities().mainWindow = [this] { return window.get(); };
 }
 
 void AppDelegate::applicationDidFinishLaunching(toolkit::Application& application) {

@@ -130,6 +130,7 @@ void TalveroEngine::releaseResources(const ScriptContext& context) {
   timerManager_->cancelAll(context);
   animationManager_->cancelAll(context);
   creatorUI_->releaseInputCallbacks(context);
+  creatorUtilsHandler_->wsManager().closeAll(context);
 }
 
 void TalveroEngine::setLanguage(const std::string& language) {

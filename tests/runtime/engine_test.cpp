@@ -43,6 +43,17 @@ TEST_F(EngineTest, EveryContextHasTheGlobalsOfTheRuntime) {
   EXPECT_EQ(engine.creatorUtilsHandler().platform, "linux");
 }
 
+TEST_F(EngineTest, UtilitiesListTheirOperationsInTheirTableOrder) {
+  engine.run("record(Object.keys(_creatorUtils).join())");
+  ASSERT_EQ(records.size(), 1u);
+  EXPECT_EQ(records[0],
+            "language,platform,pixelRatio,setPreciseTouch,fetch,fetchToJson,fetchToText,"
+            "disposeFetch,fetchLocal,fetchSlice,openFilePicker,run,animate,stopAnimation,"
+            "pauseAnimation,resumeAnimation,openAppSettings,openUrl,inputKey,websocketOpen,"
+            "websocketSend,websocketClose,localStorageSetStorage,localStorageSetValue,"
+            "localStorageGetValue,localStorageRemoveValue,shareMedia");
+}
+
 TEST_F(EngineTest, ConsoleOfEachContextIsItsOwn) {
   engine.run("console.tag = 'old';");
   engine.openProject("record(String(console.tag));", {});

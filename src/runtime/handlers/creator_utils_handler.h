@@ -7,6 +7,10 @@
 #include "platform/bytes.h"
 #include "runtime/animation_manager.h"
 #include "runtime/handlers/script_handler.h"
+#include "services/fetch.h"
+#include "services/local_storage.h"
+#include "services/system_utilities.h"
+#include "services/ws_manager.h"
 
 namespace talvero {
 
@@ -23,8 +27,16 @@ class CreatorUtilsHandler : public ScriptHandler {
   std::string platform = "linux";
   FetchLocal onFetchLocal;
 
+  WsManager& wsManager() { return wsManager_; }
+  SystemUtilities& systemUtilities() { return systemUtilities_; }
+
  private:
   std::shared_ptr<AnimationManager> animationManager_;
+  // Both read the slots above at each use, so the host may fill them after construction.
+  FetchService fetchService_{onFetchLocal};
+  SystemUtilities systemUtilities_{openProject};
+  WsManager wsManager_;
+  LocalStorage localStorage_;
 };
 
 }  // namespace talvero
