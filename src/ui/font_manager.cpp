@@ -3,6 +3,8 @@
 #include <cmath>
 
 #include "platform/dispatch/main_queue.h"
+#include "platform/net/http_task.h"
+#include "platform/net/url.h"
 #include "runtime/buffers.h"
 #include "runtime/log.h"
 #include "ui/font_source.h"
@@ -49,17 +51,33 @@ Bytes sourceBytes(const ScriptValue& source) {
     return std::isfinite(id) ? Buffers::get(static_cast<int64_t>(id)) : nullptr;
   }
   const std::string text = source.toStringIfAny().value_or("");
-  if (isRemoteSource(text)) {
-    logLine(
-        "[WARN] registerFont: fonts from the network need the network layer, which is not "
-        "built yet; cannot load " +
-        text);
-    return nullptr;
-  }
   const std::optional<std::string> path = localPathOf(text);
   if (!path) return nullptr;
   std::optional<std::vector<uint8_t>> bytes = readFileBytes(*path);
   return bytes ? makeBytes(std::move(*bytes)) : nullptr;
+}
+
+struct PendingRegistration {
+  CreatorUIStore* store;
+  std::string family;
+  std::optional<int> weight;
+  std::optional<std::string> style;
+  ScriptValue onSuccess;
+  ScriptValue onError;
+};
+
+// The end of every registration, on a later turn of the main queue whatever the source.
+void finishRegistration(PendingRegistration pending, Bytes data) {
+  dispatch::post([pending = std::move(pending), data] {
+    if (data &&
+        FontManager::shared().registerFont(pending.family, pending.weight, pending.style, *data)) {
+      // The store may have gone with its engine while the registration waited.
+      if (CreatorUIStore::active() == pending.store) pending.store->refreshFonts();
+      if (pending.onSuccess.isFunction()) pending.onSuccess.call();
+    } else if (pending.onError.isFunction()) {
+      pending.onError.call({"registerFont failed: " + pending.family});
+    }
+  });
 }
 
 }  // namespace
@@ -119,17 +137,23 @@ void registerFont(CreatorUIStore& store, const std::string& family, const Script
       style = value.toString();
     }
   }
-  const Bytes data = sourceBytes(source);
-  CreatorUIStore* storePtr = &store;
-  dispatch::post([storePtr, family, weight, style, data, onSuccess, onError] {
-    if (data && FontManager::shared().registerFont(family, weight, style, *data)) {
-      // The store may have gone with its engine while the registration waited.
-      if (CreatorUIStore::active() == storePtr) storePtr->refreshFonts();
-      if (onSuccess.isFunction()) onSuccess.call();
-    } else if (onError.isFunction()) {
-      onError.call({"registerFont failed: " + family});
-    }
-  });
+  PendingRegistration pending{&store, family, weight, style, onSuccess, onError};
+  const std::string text = source.toStringIfAny().value_or("");
+  if (isRemoteSource(text) && net::isParsableUrl(text)) {
+    net::HttpRequest request;
+    request.url = text;
+    net::DataTaskCallbacks callbacks;
+    auto shared = std::make_shared<PendingRegistration>(std::move(pending));
+    callbacks.onComplete = [shared](const net::HttpResponse&, Bytes body) {
+      finishRegistration(std::move(*shared), std::move(body));
+    };
+    callbacks.onError = [shared](const std::string&) {
+      finishRegistration(std::move(*shared), nullptr);
+    };
+    net::startDataTask(std::move(request), std::move(callbacks));
+    return;
+  }
+  finishRegistration(std::move(pending), sourceBytes(source));
 }
 
 }  // namespace talvero

@@ -4,6 +4,7 @@
 #include <fstream>
 #include <iterator>
 
+#include "net/http_test_server.h"
 #include "platform/toolkit/font_registry.h"
 #include "runtime/buffers.h"
 #include "ui/font_manager.h"
@@ -163,7 +164,7 @@ TEST_F(RegisterFontTest, EverySourceWithoutAFontFailsWithTheFamilyName) {
   ::testing::internal::CaptureStdout();
   registerFrom("Missing", quoted(directory / "missing.ttf"));
   registerFrom("Garbage", quoted(directory / "notes.ttf"));
-  registerFrom("Remote", "'https://example.com/fonts/remote.ttf'");
+  registerFrom("Remote", "'http://exa mple.com/fonts/remote.ttf'");  // not a URL
   registerFrom("Elsewhere", "'file://server/fonts/a.ttf'");
   registerFrom("No Buffer", "987654");
   registerFrom("Object", "{path: '/x.ttf'}");
@@ -177,10 +178,22 @@ TEST_F(RegisterFontTest, EverySourceWithoutAFontFailsWithTheFamilyName) {
                          "error: registerFont failed: No Buffer",
                          "error: registerFont failed: Object",
                      }));
-  EXPECT_NE(output.find("[WARN] registerFont: fonts from the network need the network layer"),
-            std::string::npos)
-      << output;
   EXPECT_EQ(FontManager::shared().lookup("Missing", 400, 0), std::nullopt);
+}
+
+TEST_F(RegisterFontTest, FontsComeOverHttpAndAFailedDownloadIsAnError) {
+  testing::HttpTestServer server;
+  const std::vector<uint8_t> mono = dejaVu("DejaVuSansMono.ttf");
+  server.on("/mono.ttf", [&](SoupServerMessage* message) {
+    testing::respond(message, 200,
+                     std::string_view(reinterpret_cast<const char*>(mono.data()), mono.size()));
+  });
+  registerFrom("Downloaded", "'" + server.url("/mono.ttf") + "'");
+  ASSERT_TRUE(waitForRecords(1));
+  registerFrom("Not Found", "'" + server.url("/missing.ttf") + "'");
+  ASSERT_TRUE(waitForRecords(2));
+  EXPECT_EQ(records, (std::vector<std::string>{"ok", "error: registerFont failed: Not Found"}));
+  EXPECT_EQ(makeFont(14, 400, 0, "Downloaded").faceName(), "DejaVu Sans Mono Book");
 }
 
 }  // namespace
