@@ -25,11 +25,7 @@ void HostViews::wireStore() {
   };
   store_.onScreenOpen = guarded(&HostViews::screenOpened);
   store_.onScreenClose = guarded(&HostViews::screenClosed);
-  // The toast view comes later; until then every toast is a log line, with or without a
-  // container.
-  store_.onToast = [alive](const std::string& text, int32_t) {
-    if (alive.lock()) logLine("[toast] " + text);
-  };
+  store_.onToast = guarded(&HostViews::toastRequested);
   store_.onWidgetOpen = guarded(&HostViews::widgetOpened);
   store_.onWidgetClose = guarded(&HostViews::widgetClosed);
   store_.onOpenScene = guarded(&HostViews::sceneOpenRequested);
@@ -52,7 +48,10 @@ void HostViews::layoutScreen() {
 
 void HostViews::containerResized() {
   if (!container) return;
-  for (const auto& child : container->subviews()) child->setFrame(container->bounds());
+  // A toast keeps the place it was given when it appeared.
+  for (const auto& child : container->subviews()) {
+    if (child != toastView) child->setFrame(container->bounds());
+  }
   layoutScreen();
 }
 
@@ -72,6 +71,7 @@ void HostViews::screenOpened(std::shared_ptr<toolkit::View> view) {
   for (const auto& host : openWidgetHosts) {
     if (host->superview() == container.get()) container->addSubview(host);
   }
+  keepToastOnTop();
   layoutScreen();
 
   if (!old) return;
@@ -92,12 +92,26 @@ void HostViews::widgetOpened(std::shared_ptr<toolkit::View> view) {
   view->setFrame(container->bounds());
   container->addSubview(view);
   openWidgetHosts.push_back(std::move(view));
+  keepToastOnTop();
 }
 
 void HostViews::widgetClosed(const std::shared_ptr<toolkit::View>& view) {
   if (!view) return;
   view->removeFromSuperview();
   std::erase(openWidgetHosts, view);
+}
+
+void HostViews::toastRequested(const std::string& text, int32_t duration) {
+  if (!container) {
+    logLine("[toast] " + text);
+    return;
+  }
+  if (!toastView) toastView = std::make_shared<ToastView>();
+  toastView->createToast(text, duration, container);
+}
+
+void HostViews::keepToastOnTop() {
+  if (toastView && toastView->superview() == container.get()) container->addSubview(toastView);
 }
 
 void HostViews::sceneOpenRequested() {

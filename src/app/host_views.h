@@ -1,17 +1,21 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "platform/toolkit/view.h"
+#include "ui/toast_view.h"
 
 namespace talvero {
 
 class CreatorUIStore;
 
 // The views the host stacks in its container, from the back: a scene view, the current
-// screen, the widget hosts. Each fills the container. Fills the UI store's host slots and
-// keeps the store's layout in step with the container's size. Main thread only.
+// screen, the widget hosts, each filling the container, and a toast over them all. Fills the UI
+// store's host slots and keeps the store's layout in step with the container's size. Main thread
+// only.
 class HostViews {
  public:
   explicit HostViews(CreatorUIStore& store);
@@ -35,16 +39,23 @@ class HostViews {
   void widgetClosed(const std::shared_ptr<toolkit::View>& view);
   void sceneOpenRequested();
   void scene2dOpenRequested();
+  // With a container, shows the toast in it through the one toast view, made at the first
+  // toast; without one, a log line.
+  void toastRequested(const std::string& text, int32_t duration);
 
   std::shared_ptr<toolkit::View> container;
   std::shared_ptr<toolkit::View> currentScreen;
   std::vector<std::shared_ptr<toolkit::View>> openWidgetHosts;  // oldest first
+  // Made at the first toast; drawn above every other view of the container.
+  std::shared_ptr<ToastView> toastView;
   bool sceneOpened = false;    // set at the first 3D scene, never cleared
   bool scene2dOpened = false;  // set at the first 2D scene, never cleared
   // Off in the bundle self-test, which renders scenes offscreen only.
   bool buildsSceneViews = true;
 
  private:
+  void keepToastOnTop();
+
   CreatorUIStore& store_;
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };

@@ -4,7 +4,7 @@
 #include "runtime/value_helpers.h"
 #include "style_core/layers.h"
 #include "style_core/properties.h"
-#include "ui/node_transition.h"
+#include "ui/node_animation.h"
 #include "ui/ui_store.h"
 
 namespace talvero {

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "platform/toolkit/animation.h"
+#include "ui/node_animation.h"
 
 namespace talvero {
 
@@ -32,9 +33,10 @@ void setViewTransform(NodeProtocol& node, const toolkit::Transform3D& transform)
 }
 
 void cuiSetLayerTransform(toolkit::Layer& layer, const toolkit::Transform3D& target) {
-  const double duration = toolkit::runningGroupDuration();
-  // An animation under way continues from where it stands.
-  const toolkit::Transform3D from = layer.presentation().transform;
+  const double duration = NodeAnimation::inFlight() ? NodeAnimation::duration() : 0;
+  // Inside a node animation a change under way continues from where it stands; outside one
+  // the held animation starts at the new value, so that a frame drawn at once shows it.
+  const toolkit::Transform3D from = duration > 0 ? layer.presentation().transform : target;
   {
     toolkit::ScopedTransaction withoutAnimation;
     layer.setTransform(target);

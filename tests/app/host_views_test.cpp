@@ -10,6 +10,7 @@
 #include "platform/toolkit/animation.h"
 #include "platform/toolkit/window.h"
 #include "runtime/engine.h"
+#include "ui/toast_view.h"
 #include "ui/ui_store.h"
 
 namespace talvero {
@@ -143,8 +144,29 @@ TEST_F(HostViewsTest, ClosingTheScreenTakesItsViewAwayOnALaterTurn) {
   EXPECT_EQ(host->currentScreen, nullptr);
 }
 
-TEST_F(HostViewsTest, ToastsAreLoggedAndScenesAreMarkedButSayTheirViewIsNotBuilt) {
-  EXPECT_EQ(output("_creatorUI.toast('saved', 500);"), "[toast] saved\n");
+TEST_F(HostViewsTest, ToastsShowInOneViewAboveEverythingThatStaysWhereItAppeared) {
+  EXPECT_EQ(output("_creatorUI.toast('saved', 500);"), "");
+  const std::shared_ptr<ToastView> toast = host->toastView;
+  ASSERT_TRUE(toast);
+  EXPECT_EQ(toast->label->string(), "saved");
+  const toolkit::Rect placed = toast->frame();
+  run("_creatorUI.openScreen(screen('a')); _creatorUI.showWidget({type: 'widget', _style: {}});");
+  EXPECT_EQ(stacked().back(), toast);
+  EXPECT_EQ(stacked().size(), 3u);
+
+  host->container->setFrame({{0, 0}, {500, 400}});
+  host->containerResized();
+  EXPECT_EQ(toast->frame(), placed);
+  run("_creatorUI.toast('again');");
+  EXPECT_EQ(host->toastView, toast);
+  EXPECT_EQ(toast->messageQueue.size(), 2u);
+
+  // Without a container there is nowhere to show one.
+  host->container.reset();
+  EXPECT_EQ(output("_creatorUI.toast('lost');"), "[toast] lost\n");
+}
+
+TEST_F(HostViewsTest, ScenesAreMarkedButSayTheirViewIsNotBuilt) {
   ::testing::internal::CaptureStdout();
   store().onOpenScene();
   store().onOpen2dScene();

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/toolkit/animation.h"
+#include "ui/node_animation.h"
 #include "ui_window_fixture.h"
 
 namespace talvero {
@@ -26,9 +27,10 @@ class ViewExtensionsTest : public testing::UIWindowTest {
 
   toolkit::Layer& layer() { return subject->view().layer(); }
   Transform3D shown() { return layer().presentation().transform; }
+  // The node animation runs its changes on the next turn of the main queue.
   void inGroup(double duration, const Transform3D& transform) {
-    toolkit::runGroup(duration, toolkit::TimingFunction::EaseInEaseOut,
-                      [&] { setViewTransform(*subject, transform); });
+    NodeAnimation::run(duration, 0, [this, transform] { setViewTransform(*subject, transform); });
+    dispatch::pumpUntil([] { return dispatch::pendingCount() == 0; }, 2);
   }
 
   double now = 50;
@@ -69,6 +71,13 @@ TEST_F(ViewExtensionsTest, InsideAGroupAChangeRunsFromWhatIsOnScreenEvenMidWay) 
   now += 0.3;
   toolkit::advanceAnimations();
   EXPECT_TRUE(shown().isIdentity());
+}
+
+TEST_F(ViewExtensionsTest, AToolkitGroupThatIsNoNodeAnimationLeavesATransformUnanimated) {
+  toolkit::runGroup(0.4, toolkit::TimingFunction::Linear,
+                    [&] { setViewTransform(*subject, Transform3D::translation(100, 0)); });
+  now += 0.001;
+  EXPECT_EQ(shown().m[12], 100);
 }
 
 TEST_F(ViewExtensionsTest, BackgroundColourIsRememberedAndPaintedOrCleared) {

@@ -1,10 +1,12 @@
 #include "runtime/handlers/creator_ui_handler.h"
 
+#include <optional>
+
 #include "platform/dispatch/main_queue.h"
 #include "style_core/layers.h"
 #include "ui/capabilities.h"
 #include "ui/font_manager.h"
-#include "ui/node_transition.h"
+#include "ui/node_animation.h"
 #include "ui/style_dispatch.h"
 #include "ui/ui_store.h"
 
@@ -77,6 +79,12 @@ void setContent(uint64_t id, const ScriptValue& oldChildren, const ScriptValue& 
   found.screen->addNodesToParent(*found.node, newChildren, false);
 }
 
+// Animation options are a plain object; any other value names no animation.
+std::optional<NativeValue::Dict> animationOptions(const ScriptValue& options) {
+  if (!options.isObject() || options.isArray()) return std::nullopt;
+  return options.toDictionary();
+}
+
 }  // namespace
 
 CreatorUIHandler::CreatorUIHandler(CreatorUIStore& store) : creatorUIStore(store) {
@@ -130,6 +138,14 @@ CreatorUIHandler::CreatorUIHandler(CreatorUIStore& store) : creatorUIStore(store
              if (found.node) found.screen->removeNode(found.node->nodePtr(), node);
            })
       .add("setContent", &setContent)
+      .add("animateFrom",
+           [](uint64_t id, ScriptValue options) {
+             if (auto dict = animationOptions(options)) animateFrom(id, *dict);
+           })
+      .add("animateTo",
+           [](uint64_t id, ScriptValue options) {
+             if (auto dict = animationOptions(options)) animateTo(id, *dict);
+           })
       .add("setComfortInset", [](float, float) {});
 }
 
