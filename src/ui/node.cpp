@@ -4,6 +4,7 @@
 
 #include "runtime/value_helpers.h"
 #include "style_core/node_tree.h"
+#include "ui/decoration.h"
 
 namespace talvero {
 
@@ -49,7 +50,10 @@ uint64_t NodeProtocol::measure(float width, uint8_t, float height, uint8_t) {
 
 void NodeProtocol::updateNode(const std::string&, const ScriptValue&) {}
 
-void NodeProtocol::layoutDecorations() {}
+void NodeProtocol::layoutDecorations() {
+  layoutGradient(*this);
+  layoutBorders(*this);
+}
 
 toolkit::Color hex32(uint32_t value) {
   return toolkit::Color::fromRGBA(value);

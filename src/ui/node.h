@@ -15,6 +15,9 @@
 namespace talvero {
 
 class CreatorUIStore;
+struct BorderState;
+struct CornerRadiusState;
+struct GradientLayers;
 
 // What the view side remembers on every node view beside its layer.
 struct ViewExtras {
@@ -22,9 +25,13 @@ struct ViewExtras {
   std::optional<toolkit::Transform3D> transform;  // as the style last set it
   bool didReportLayout = false;                   // `onLayout` has fired once
   bool userInteractionEnabled = true;             // false for `pointerEvents: none`
-  bool overflowVisible = false;                   // the last `overflow` was "visible"
-  // Corner radii: top left, top right, bottom left, bottom right.
-  std::optional<std::array<float, 4>> cornerRadii;
+  bool cuiOverflowVisible = false;                // the last `overflow` was "visible"
+  // Box decoration (ui/decoration.h), each made at its first use.
+  std::shared_ptr<CornerRadiusState> cuiCornerRadiusState;
+  std::shared_ptr<BorderState> cuiBorderState;
+  std::shared_ptr<GradientLayers> cuiGradientLayers;
+  // How a background image fits; aspect fill when never set.
+  std::optional<toolkit::ContentsGravity> cuiBgGravity;
 };
 
 // What every node of a screen is: a view of the toolkit bound to a native layout node and to

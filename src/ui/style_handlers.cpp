@@ -211,13 +211,13 @@ template <int corner>
 void onRadius(int32_t screenId, YGNodeRef nodePtr, float radius) {
   NodeProtocol* node = findNode(screenId, nodePtr);
   if (!node) return;
-  auto& radii = node->extras.cornerRadii;
-  if (!radii) radii.emplace(std::array<float, 4>{0, 0, 0, 0});
+  auto& state = node->extras.cuiCornerRadiusState;
+  if (!state) state = std::make_shared<CornerRadiusState>();
   const float stored = std::max(0.0f, radius);
   if constexpr (corner < 0) {
-    radii->fill(stored);
+    state->radii.fill(stored);
   } else {
-    (*radii)[corner] = stored;
+    state->radii[corner] = stored;
   }
   applyCornerRadii(*node);
 }
@@ -262,7 +262,7 @@ void onDisplayReset(int32_t screenId, YGNodeRef nodePtr) {
 void onOverflow(int32_t screenId, YGNodeRef nodePtr, const char* value) {
   NodeProtocol* node = findNode(screenId, nodePtr);
   if (!node) return;
-  node->extras.overflowVisible = std::string_view(value) == "visible";
+  node->extras.cuiOverflowVisible = std::string_view(value) == "visible";
   applyOverflowClipping(*node);
 }
 

@@ -12,6 +12,7 @@
 #include "style_core/layers.h"
 #include "style_core/properties.h"
 #include "ui/capabilities.h"
+#include "ui/decoration.h"
 #include "ui/node_text.h"
 #include "ui/node_views.h"
 #include "ui/style_capabilities.h"
@@ -174,7 +175,7 @@ TEST_F(StyleDispatchTest, OneRadiusOnTheRoundedCornersNeverNegativeCappedOnceThe
             toolkit::kTopRightCorner | toolkit::kBottomLeftCorner);
 
   run("_creatorUI.updateStyle(corners._id, 'borderRadius', -4);");
-  EXPECT_EQ(node("corners").extras.cornerRadii, (std::array<float, 4>{0, 0, 0, 0}));
+  EXPECT_EQ(node("corners").extras.cuiCornerRadiusState->radii, (std::array<float, 4>{0, 0, 0, 0}));
   EXPECT_EQ(layer("corners").cornerRadius(), 0);
   EXPECT_EQ(layer("corners").maskedCorners(), toolkit::kAllCorners);
 }
@@ -257,18 +258,6 @@ TEST_F(StyleDispatchTest, OverlayColorAfterShowWidgetTakesTapsAndItsResetLetsThe
   EXPECT_FALSE(host->interceptsTaps);
   EXPECT_EQ(host->hitTest({5, 5}), nullptr);
   EXPECT_EQ(CreatorUIStore::widgetOverlayColors().count(idOf("widget")), 0u);
-}
-
-TEST_F(StyleDispatchTest, UnbuiltSideBordersSaySoOnceAndChangeNothing) {
-  open(
-      "var box = {type: 'view', _style: {width: 40, height: 40}};"
-      "var root = {type: 'screen', children: [box]};");
-  ::testing::internal::CaptureStdout();
-  run("_creatorUI.mergeStyle(box._id, {borderTopWidth: 3, borderTopColor: 'red',"
-      "  borderLeftWidth: 2});");
-  const std::string output = ::testing::internal::GetCapturedStdout();
-  EXPECT_EQ(output, "[WARN] per-edge borders are not built yet\n");
-  EXPECT_TRUE(layer("box").sublayers().empty());
 }
 
 // Stand-ins for node kinds still to be built, carrying what their style handlers look for.

@@ -110,7 +110,7 @@ void drawBorder(const Layer& layer, const LayerValues& shown, GtkSnapshot* snaps
   gtk_snapshot_append_border(snapshot, &rounded, widths, colours);
 }
 
-// The layer's own paint below whatever it holds: background, gradient and contents.
+// The layer's own paint below whatever it holds: background and gradient.
 void drawBackground(const Layer& layer, const LayerValues& shown, GtkSnapshot* snapshot) {
   const bool rounded = isRounded(layer, shown);
   if (rounded) {
@@ -124,6 +124,9 @@ void drawBackground(const Layer& layer, const LayerValues& shown, GtkSnapshot* s
   }
   if (layer.gradient()) drawGradient(shown, *layer.gradient(), snapshot);
   if (rounded) gtk_snapshot_pop(snapshot);
+}
+
+void drawContents(const Layer& layer, const LayerValues& shown, GtkSnapshot* snapshot) {
   if (const auto& image = layer.contents()) {
     const graphene_rect_t target = toGraphene(contentsRect(layer, shown, *image));
     gtk_snapshot_append_texture(snapshot, GDK_TEXTURE(image->texture()), &target);
@@ -154,8 +157,9 @@ void drawSublayer(const Layer& layer, GtkSnapshot* snapshot) {
   gtk_snapshot_restore(snapshot);
 }
 
-// The layer's own drawing around `content`: the background and the sublayers behind, then the
-// content (clipped with them when the layer masks), then the edge sublayers and the border.
+// The layer's own drawing around `content`: the background, the contents and the sublayers
+// behind, then the content (clipped with them when the layer masks), then the edge sublayers
+// and the border.
 template <typename Content>
 void drawLayerAround(const Layer& layer, const LayerValues& shown, GtkSnapshot* snapshot,
                      Content&& content) {
@@ -163,7 +167,9 @@ void drawLayerAround(const Layer& layer, const LayerValues& shown, GtkSnapshot* 
   const bool faded = shown.opacity < 1;
   if (faded) gtk_snapshot_push_opacity(snapshot, shown.opacity);
   drawBackground(layer, shown, snapshot);
+  // Contents larger than the bounds (an image that fills by aspect) are cut with the rest.
   if (layer.masksToBounds()) pushClip(layer, shown, snapshot);
+  drawContents(layer, shown, snapshot);
   for (const Layer* sublayer : sublayersByZ(layer, false)) drawSublayer(*sublayer, snapshot);
   content();
   for (const Layer* sublayer : sublayersByZ(layer, true)) drawSublayer(*sublayer, snapshot);
