@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
+#include <optional>
+#include <string>
 
 #include "app/app_launch.h"
 #include "app/host_views.h"
@@ -95,8 +97,17 @@ bool HeadlessVerify::driveScreen() {
   const bool rendered = snapshotUI(snapshotPath("talvero-app-ui.png"));
   logResult(rendered, "[verify] UI screen rendered", "[verify] UI snapshot empty");
 
-  // Typing and scrolling are checked once text inputs and scroll views exist; a screen
-  // without them passes those steps.
+  // A screen without an input passes the typing step.
+  bool typed = true;
+  if (const std::optional<std::string> text = store_.debugTypeFirstInput("macOS")) {
+    logLine("[verify] typed into input; getTextValue -> \"" + *text + "\"");
+    typed = *text == "macOS";
+    settle();
+    logResult(snapshotUI(snapshotPath("talvero-app-ui-typed.png")),
+              "[verify] post-type UI rendered", "[verify] post-type UI empty");
+  }
+
+  // Scrolling is checked once scroll views exist; a screen without them passes that step.
 
   if (store_.debugClickFirstButton()) {
     logLine("[verify] clicked first button");
@@ -126,7 +137,7 @@ bool HeadlessVerify::driveScreen() {
     logResult(snapshotUI(snapshotPath("talvero-app-ui-dragged.png")),
               "[verify] post-drag UI rendered", "[verify] post-drag UI empty");
   }
-  return rendered;
+  return rendered && typed;
 }
 
 int HeadlessVerify::verifyBundle() {

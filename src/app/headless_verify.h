@@ -25,7 +25,8 @@ class HeadlessVerify {
   // The host's container exists and the engine is wired.
   HeadlessVerify(CreatorUIStore& store, AppLaunch& launch, HostViews& host);
 
-  // "--verify": "bundle.js", its screen clicked, routed, dismissed and dragged. 0 or 1.
+  // "--verify": "bundle.js", its screen typed into, clicked, routed, dismissed and dragged.
+  // 0 or 1.
   int verifyBundle();
   // "--verify-launcher": the launcher's first screen, its first button, the keyboard. 0 or 1.
   int verifyLauncher();
@@ -44,7 +45,8 @@ class HeadlessVerify {
   std::string snapshotPath(const std::string& name) const;
   // Layout, a fifth of a second of the loop for queued work and slides, layout again.
   void settle(double seconds = 0.2);
-  // The bundle's screen through its steps; only the first picture counts for the result.
+  // The bundle's screen through its steps; the first picture and the typed text count for the
+  // result.
   bool driveScreen();
   bool keyboardTest();
 

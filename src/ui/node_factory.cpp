@@ -3,6 +3,7 @@
 #include <set>
 
 #include "runtime/log.h"
+#include "ui/node_input.h"
 #include "ui/node_text.h"
 #include "ui/node_views.h"
 
@@ -22,23 +23,24 @@ void warnUnbuiltKind(const std::string& type) {
 }  // namespace
 
 bool isMeasuredKind(const std::string& type) {
-  // Images, inputs and videos are measured too once their classes exist; as plain
-  // containers they are laid out like any other.
-  return type == "text";
+  // Images and videos are measured too once their classes exist; as plain containers they
+  // are laid out like any other.
+  return type == "text" || type == "input" || type == "textarea";
 }
 
 std::shared_ptr<NodeProtocol> makeNodeOfKind(const std::string& type, bool scrollable,
                                              YGNodeRef nodePtr, const ScriptValue& script,
                                              CreatorUIStore& store) {
   if (type == "text") return std::make_shared<NodeText>(type, nodePtr, script, store);
+  if (type == "input") return std::make_shared<NodeInput>(type, nodePtr, script, store);
+  if (type == "textarea") return std::make_shared<NodeTextArea>(type, nodePtr, script, store);
   if (type == "button") return std::make_shared<NodeButton>(type, nodePtr, script, store);
   if (type == "widget") return std::make_shared<NodeWidget>(type, nodePtr, script, store);
   if (type == "screen") {
     if (scrollable) warnUnbuiltKind("scrollable screen");
     return std::make_shared<NodeScreen>(type, nodePtr, script, store);
   }
-  if (type == "image" || type == "input" || type == "textarea" || type == "scrollable" ||
-      type == "video" || type == "vlist") {
+  if (type == "image" || type == "scrollable" || type == "video" || type == "vlist") {
     warnUnbuiltKind(type);
   }
   return std::make_shared<Node>(type, nodePtr, script, store);

@@ -11,6 +11,7 @@
 #include "style_core/layers.h"
 #include "style_core/vlist.h"
 #include "ui/capabilities.h"
+#include "ui/node_input.h"
 #include "ui/node_views.h"
 #include "ui/style_dispatch.h"
 
@@ -55,11 +56,12 @@ NativeValue touchEvent(toolkit::Point point, toolkit::Point last) {
                            {"deltaY", point.y - last.y}};
 }
 
-// The first button of a view tree, depth first in view order.
-NodeButton* firstButton(toolkit::View& view) {
-  if (auto* button = dynamic_cast<NodeButton*>(&view)) return button;
+// The first node of a class in a view tree, depth first in view order.
+template <class NodeClass>
+NodeClass* firstNodeOf(toolkit::View& view) {
+  if (auto* node = dynamic_cast<NodeClass*>(&view)) return node;
   for (const auto& child : view.subviews()) {
-    if (NodeButton* found = firstButton(*child)) return found;
+    if (NodeClass* found = firstNodeOf<NodeClass>(*child)) return found;
   }
   return nullptr;
 }
@@ -410,10 +412,24 @@ bool CreatorUIStore::debugScreenDrag(float fromX, float fromY, float toX, float 
 
 bool CreatorUIStore::debugClickFirstButton() {
   if (!currentScreen || !currentScreen->rootNode) return false;
-  NodeButton* button = firstButton(currentScreen->rootNode->view());
+  NodeButton* button = firstNodeOf<NodeButton>(currentScreen->rootNode->view());
   if (!button) return false;
   button->emitClick();
   return true;
+}
+
+std::optional<std::string> CreatorUIStore::debugTypeFirstInput(const std::string& text) {
+  if (!currentScreen || !currentScreen->rootNode) return std::nullopt;
+  toolkit::View& root = currentScreen->rootNode->view();
+  if (auto* input = firstNodeOf<NodeInput>(root)) {
+    input->debugType(text);
+    return input->textValue();
+  }
+  if (auto* area = firstNodeOf<NodeTextArea>(root)) {
+    area->debugType(text);
+    return area->textValue();
+  }
+  return std::nullopt;
 }
 
 bool CreatorUIStore::debugDismissFirstWidget() {

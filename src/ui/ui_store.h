@@ -4,7 +4,9 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
+#include <string>
 #include <unordered_map>
 #include <vector>
 
@@ -113,6 +115,9 @@ class CreatorUIStore {
   bool debugDragGL(float fromX, float fromY, float toX, float toY);
   bool debugScreenDrag(float fromX, float fromY, float toX, float toY);
   bool debugClickFirstButton();
+  // Types into the first single-line input of the current screen, else into its first text
+  // area, and gives the text read back; nothing when the screen has neither.
+  std::optional<std::string> debugTypeFirstInput(const std::string& text);
   bool debugDismissFirstWidget();
 
  private:

@@ -138,6 +138,23 @@ TEST_F(HeadlessVerifyTest, TheBundleScreenIsRenderedDismissedAndDragged) {
     EXPECT_GT(fs::file_size(root / png), 0u) << png;
   }
   EXPECT_FALSE(fs::exists(root / "talvero-app-ui-popped.png"));  // the click pushed nothing
+  EXPECT_FALSE(fs::exists(root / "talvero-app-ui-typed.png"));   // there was no input
+  EXPECT_EQ(output.find("[verify] typed"), std::string::npos);
+}
+
+TEST_F(HeadlessVerifyTest, TheFirstInputIsTypedIntoAndReadBack) {
+  write("bundle.js", std::string(kTexts) +
+                         "_creatorUI.openScreen({type: 'screen', _style: {padding: 20},"
+                         "  children: texts.concat([{type: 'textarea', _style: {}},"
+                         "    {type: 'input', _style: {}, cl: [function (t) { record(t); }]}])});");
+  EXPECT_EQ(verify(false), 0) << output;
+  EXPECT_NE(output.find("[verify] UI screen rendered\n"
+                        "[verify] typed into input; getTextValue -> \"macOS\"\n"
+                        "[verify] post-type UI rendered\n"),
+            std::string::npos)
+      << output;
+  EXPECT_EQ(records, (std::vector<std::string>{"macOS"}));
+  EXPECT_TRUE(fs::exists(root / "talvero-app-ui-typed.png"));
 }
 
 TEST_F(HeadlessVerifyTest, AnEmptyScreenFailsTheBundleTest) {

@@ -1,6 +1,5 @@
 #include <yoga/Yoga.h>
 
-#include <bit>
 #include <cmath>
 #include <memory>
 
@@ -13,15 +12,8 @@ namespace {
 
 using toolkit::Color;
 
-struct MeasuredSize {
-  float width = 0;
-  float height = 0;
-};
-
-MeasuredSize unpacked(uint64_t packed) {
-  return {std::bit_cast<float>(static_cast<uint32_t>(packed >> 32)),
-          std::bit_cast<float>(static_cast<uint32_t>(packed & 0xFFFFFFFF))};
-}
+using testing::MeasuredSize;
+using testing::unpacked;
 
 MeasuredSize measureAt(NodeText& text, float width) {
   return unpacked(text.measure(width, YGMeasureModeAtMost, NAN, YGMeasureModeUndefined));

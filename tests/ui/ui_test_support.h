@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <bit>
+#include <cstdint>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -15,6 +17,17 @@
 #include "ui/ui_store.h"
 
 namespace talvero::testing {
+
+// A size as a node's `measure` packs it: width in the high 32 bits, both as float bits.
+struct MeasuredSize {
+  float width = 0;
+  float height = 0;
+};
+
+inline MeasuredSize unpacked(uint64_t packed) {
+  return {std::bit_cast<float>(static_cast<uint32_t>(packed >> 32)),
+          std::bit_cast<float>(static_cast<uint32_t>(packed & 0xFFFFFFFF))};
+}
 
 // An engine whose scripts report through `record(text)`, with a host that shows the current
 // screen in an 800x600 container as the desktop host does, minus the slide.

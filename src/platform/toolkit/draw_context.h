@@ -16,6 +16,24 @@ class DrawContext {
   explicit DrawContext(GtkSnapshot* snapshot) : snapshot_(snapshot) {}
   GtkSnapshot* snapshot() const { return snapshot_; }
 
+  // Draws laid-out text in one colour with its top left at `origin`, cut to `clip`.
+  void appendLayout(PangoLayout* layout, const Color& color, const Rect& clip,
+                    Point origin = {}) const {
+    const GdkRGBA rgba{static_cast<float>(color.red), static_cast<float>(color.green),
+                       static_cast<float>(color.blue), static_cast<float>(color.alpha)};
+    const graphene_rect_t box =
+        GRAPHENE_RECT_INIT(static_cast<float>(clip.x()), static_cast<float>(clip.y()),
+                           static_cast<float>(clip.width()), static_cast<float>(clip.height()));
+    gtk_snapshot_push_clip(snapshot_, &box);
+    gtk_snapshot_save(snapshot_);
+    const graphene_point_t at =
+        GRAPHENE_POINT_INIT(static_cast<float>(origin.x), static_cast<float>(origin.y));
+    gtk_snapshot_translate(snapshot_, &at);
+    gtk_snapshot_append_layout(snapshot_, layout, &rgba);
+    gtk_snapshot_restore(snapshot_);
+    gtk_snapshot_pop(snapshot_);
+  }
+
  private:
   GtkSnapshot* snapshot_;
 };

@@ -172,14 +172,7 @@ Size Label::sizeThatFits(double width) const {
 void Label::drawContent(DrawContext& context) {
   if (text_.empty() && placeholder_.empty()) return;
   auto* layout = static_cast<PangoLayout*>(newLayout(bounds().width()));
-  const GdkRGBA color{static_cast<float>(textColor_.red), static_cast<float>(textColor_.green),
-                      static_cast<float>(textColor_.blue), static_cast<float>(textColor_.alpha)};
-  GtkSnapshot* snapshot = context.snapshot();
-  const graphene_rect_t box = GRAPHENE_RECT_INIT(0, 0, static_cast<float>(bounds().width()),
-                                                 static_cast<float>(bounds().height()));
-  gtk_snapshot_push_clip(snapshot, &box);
-  gtk_snapshot_append_layout(snapshot, layout, &color);
-  gtk_snapshot_pop(snapshot);
+  context.appendLayout(layout, textColor_, bounds());
   g_object_unref(layout);
 }
 

@@ -2,6 +2,10 @@
 
 #include <gtk/gtk.h>
 
+#include <algorithm>
+
+#include "platform/toolkit/draw_context.h"
+
 namespace talvero::toolkit {
 
 namespace {
@@ -47,10 +51,21 @@ void TextField::setAlignment(TextAlignment alignment) {
   gtk_editable_set_alignment(GTK_EDITABLE(input_), xalign);
 }
 
+TextAlignment TextField::alignment() const {
+  const float xalign = gtk_editable_get_alignment(GTK_EDITABLE(input_));
+  if (xalign == 0.5f) return TextAlignment::Center;
+  return xalign == 1 ? TextAlignment::Right : TextAlignment::Left;
+}
+
 void TextField::setPlaceholder(const std::string& text, std::optional<Color> color) {
   gtk_text_set_placeholder_text(asText(input_), text.empty() ? nullptr : text.c_str());
   placeholderColor_ = color;
   updateStyle();
+}
+
+std::string TextField::placeholder() const {
+  const char* text = gtk_text_get_placeholder_text(asText(input_));
+  return text ? text : "";
 }
 
 void TextField::setEditable(bool editable) {
@@ -64,7 +79,7 @@ bool TextField::isEditable() const {
 void TextField::setSecure(bool secure) {
   gtk_text_set_visibility(asText(input_), !secure);
   gtk_text_set_input_purpose(asText(input_),
-                              secure ? GTK_INPUT_PURPOSE_PASSWORD : GTK_INPUT_PURPOSE_FREE_FORM);
+                             secure ? GTK_INPUT_PURPOSE_PASSWORD : GTK_INPUT_PURPOSE_FREE_FORM);
 }
 
 bool TextField::isSecure() const {
@@ -91,6 +106,34 @@ Rect TextField::caretRect(size_t index) const {
 
 void TextField::setOnSubmit(std::function<void()> callback) {
   onSubmit_ = std::move(callback);
+}
+
+// On screen the platform's field draws itself; offscreen the line is drawn here as the field
+// shows it: centred vertically unless it is higher than the field, hidden characters as the
+// field's bullets, and a line wider than the field showing its end, where the caret is.
+void TextField::drawContent(DrawContext& context) {
+  if (drawsItself()) return;
+  std::string shown = string();
+  const bool placeholder = shown.empty();
+  if (placeholder) {
+    shown = this->placeholder();
+    if (shown.empty()) return;
+  } else if (isSecure()) {
+    const gunichar bullet = gtk_text_get_invisible_char(asText(input_));
+    char utf8[6];
+    const std::string one(utf8, static_cast<size_t>(g_unichar_to_utf8(bullet, utf8)));
+    const auto count = static_cast<size_t>(g_utf8_strlen(shown.c_str(), -1));
+    shown.clear();
+    for (size_t i = 0; i < count; ++i) shown += one;
+  }
+  auto* layout = static_cast<PangoLayout*>(newLayout(shown));
+  int width = 0, height = 0;
+  pango_layout_get_pixel_size(layout, &width, &height);
+  const double spare = bounds().width() - width;
+  const double xalign = spare < 0 ? 1 : gtk_editable_get_alignment(GTK_EDITABLE(input_));
+  const Point origin{spare * xalign, std::max(0.0, (bounds().height() - height) / 2)};
+  context.appendLayout(layout, placeholder ? placeholderColor() : textColor(), bounds(), origin);
+  g_object_unref(layout);
 }
 
 }  // namespace talvero::toolkit

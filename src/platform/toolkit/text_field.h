@@ -25,9 +25,11 @@ class TextField : public TextInput {
   void setString(const std::string& text);
   // Justified and natural text lines up on the left.
   void setAlignment(TextAlignment alignment);
+  TextAlignment alignment() const;
   // Shown while the field is empty, in the field's font; the text colour at 40% alpha
   // when no colour is given.
   void setPlaceholder(const std::string& text, std::optional<Color> color = std::nullopt);
+  std::string placeholder() const;
   void setEditable(bool editable);
   bool isEditable() const;
   // Secure entry keeps the text but shows a bullet for every character, and lets nothing
@@ -43,6 +45,8 @@ class TextField : public TextInput {
 
   // Return pressed.
   void setOnSubmit(std::function<void()> callback);
+
+  void drawContent(DrawContext& context) override;
 
  private:
   std::string extraRules(const std::string& selector) const override;

@@ -80,6 +80,19 @@ Color TextInput::placeholderColor() const {
       Color{textColor_.red, textColor_.green, textColor_.blue, textColor_.alpha * 0.4});
 }
 
+bool TextInput::drawsItself() const {
+  return gtk_widget_get_mapped(static_cast<GtkWidget*>(input_));
+}
+
+void* TextInput::newLayout(const std::string& text) const {
+  PangoLayout* layout =
+      gtk_widget_create_pango_layout(static_cast<GtkWidget*>(nativeWidget()), text.c_str());
+  auto* description = static_cast<PangoFontDescription*>(font_.newPangoDescription());
+  pango_layout_set_font_description(layout, description);
+  pango_font_description_free(description);
+  return layout;
+}
+
 void TextInput::setFont(const Font& font) {
   font_ = font;
   updateStyle();

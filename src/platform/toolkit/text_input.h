@@ -13,6 +13,8 @@ namespace talvero::toolkit {
 // the view's native content, with the platform's own typing, input methods, selection and
 // clipboard; a font and text colour of its own through a style rule that reaches only this
 // view; focus; and the change and focus callbacks. No background: the layer shows through.
+// The platform widget draws only on screen; offscreen snapshots get the text drawn by the view
+// itself, in the same font, colour and place.
 class TextInput : public View {
  public:
   ~TextInput() override;
@@ -47,6 +49,10 @@ class TextInput : public View {
   void textChanged();
   // The placeholder's colour: the given one, else the text colour at 40% alpha.
   Color placeholderColor() const;
+  // Whether the platform widget is on screen and so draws the text itself.
+  bool drawsItself() const;
+  // A new PangoLayout* of `text` in the view's font; the caller unrefs it.
+  void* newLayout(const std::string& text) const;
 
   void* input_ = nullptr;  // GtkWidget*
   std::optional<Color> placeholderColor_;

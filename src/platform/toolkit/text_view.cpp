@@ -72,6 +72,19 @@ void TextView::setAlignment(TextAlignment alignment) {
   gtk_text_view_set_justification(GTK_TEXT_VIEW(input_), justification);
 }
 
+TextAlignment TextView::alignment() const {
+  switch (gtk_text_view_get_justification(GTK_TEXT_VIEW(input_))) {
+    case GTK_JUSTIFY_CENTER:
+      return TextAlignment::Center;
+    case GTK_JUSTIFY_RIGHT:
+      return TextAlignment::Right;
+    case GTK_JUSTIFY_FILL:
+      return TextAlignment::Justified;
+    default:
+      return TextAlignment::Left;
+  }
+}
+
 void TextView::setPlaceholder(const std::string& text, std::optional<Color> color) {
   placeholder_ = text;
   placeholderColor_ = color;
@@ -114,26 +127,23 @@ Rect TextView::caretRect(size_t index) const {
               {static_cast<double>(location.width), static_cast<double>(location.height)}};
 }
 
-// The platform's text view draws over this, with no background of its own.
+// On screen the platform's text view draws the text over this, with no background of its own;
+// offscreen the text is drawn here, wrapped and placed as the platform places it.
 void TextView::drawContent(DrawContext& context) {
-  if (!showsPlaceholder()) return;
-  PangoLayout* layout =
-      gtk_widget_create_pango_layout(static_cast<GtkWidget*>(nativeWidget()), placeholder_.c_str());
-  auto* description = static_cast<PangoFontDescription*>(font().newPangoDescription());
-  pango_layout_set_font_description(layout, description);
-  pango_font_description_free(description);
+  const bool placeholder = showsPlaceholder();
+  if (!placeholder && drawsItself()) return;
+  auto* layout = static_cast<PangoLayout*>(newLayout(placeholder ? placeholder_ : string()));
   pango_layout_set_width(
       layout, static_cast<int>(std::max(0.0, bounds().width() - 2 * kInsetAcross) * PANGO_SCALE));
   pango_layout_set_wrap(layout, PANGO_WRAP_WORD_CHAR);
-  const Color color = placeholderColor();
-  const GdkRGBA rgba{static_cast<float>(color.red), static_cast<float>(color.green),
-                     static_cast<float>(color.blue), static_cast<float>(color.alpha)};
-  GtkSnapshot* snapshot = context.snapshot();
-  gtk_snapshot_save(snapshot);
-  const graphene_point_t inset = GRAPHENE_POINT_INIT(kInsetAcross, kInsetDown);
-  gtk_snapshot_translate(snapshot, &inset);
-  gtk_snapshot_append_layout(snapshot, layout, &rgba);
-  gtk_snapshot_restore(snapshot);
+  if (!placeholder) {
+    const GtkJustification justification = gtk_text_view_get_justification(GTK_TEXT_VIEW(input_));
+    if (justification == GTK_JUSTIFY_CENTER) pango_layout_set_alignment(layout, PANGO_ALIGN_CENTER);
+    if (justification == GTK_JUSTIFY_RIGHT) pango_layout_set_alignment(layout, PANGO_ALIGN_RIGHT);
+    pango_layout_set_justify(layout, justification == GTK_JUSTIFY_FILL);
+  }
+  context.appendLayout(layout, placeholder ? placeholderColor() : textColor(), bounds(),
+                       Point{kInsetAcross, kInsetDown});
   g_object_unref(layout);
 }
 

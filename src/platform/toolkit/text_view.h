@@ -24,9 +24,11 @@ class TextView : public TextInput {
   // same text leaves the caret where it is.
   void setString(const std::string& text);
   void setAlignment(TextAlignment alignment);
+  TextAlignment alignment() const;
   // Drawn while the text is empty and the view has no focus, in the view's font; the text
   // colour at 40% alpha when no colour is given.
   void setPlaceholder(const std::string& text, std::optional<Color> color = std::nullopt);
+  const std::string& placeholder() const { return placeholder_; }
   bool showsPlaceholder() const;
   void setEditable(bool editable);
   bool isEditable() const;

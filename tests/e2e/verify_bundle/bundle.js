@@ -1,8 +1,8 @@
 // preload: level.glb ; hero.png
-// The bundle of the "--verify" end-to-end test: a routed screen of texts whose first button
-// pushes a second screen, whose own first button pops it again; the root takes touches
-// itself; a widget over everything hides itself when its overlay is tapped. Every listener
-// logs, so the test can tell what the self-test reached.
+// The bundle of the "--verify" end-to-end test: a routed screen of texts, an input and a text
+// area, whose first button pushes a second screen, whose own first button pops it again; the
+// root takes touches itself; a widget over everything hides itself when its overlay is
+// tapped. Every listener logs, so the test can tell what the self-test reached.
 
 function log(text) {
   console.log("[bundle] " + text);
@@ -52,6 +52,16 @@ var root = {
     text("Talvero end-to-end verification"),
     text("These lines give the snapshot enough drawn pixels to count as content."),
     text("The first button below pushes a second screen through the router."),
+    {
+      type: "input",
+      _style: {fontSize: 20, borderWidth: 1, borderColor: "#5a6478"},
+      cl: [function (value) { log("input changed to " + value); }],
+    },
+    {
+      type: "textarea",
+      _style: {placeholder: "Several lines", borderWidth: 1, borderColor: "#5a6478"},
+      cl: [function (value) { log("text area changed to " + value); }],
+    },
     button("Push the second screen", function () {
       log("push clicked");
       _creatorUI.routerPush(secondScreen());
