@@ -1,6 +1,7 @@
 #include "app/headless_verify.h"
 
 #include <algorithm>
+#include <charconv>
 #include <chrono>
 #include <cstdlib>
 
@@ -29,6 +30,13 @@ void logResult(bool ok, const std::string& rendered, const std::string& empty) {
 
 std::string word(bool value) {
   return value ? "true" : "false";
+}
+
+// The shortest text that reads back as the same number: "200", "12.5".
+std::string numberText(double value) {
+  char text[32];
+  const auto end = std::to_chars(text, text + sizeof text, value).ptr;
+  return std::string(text, end);
 }
 
 }  // namespace
@@ -95,8 +103,8 @@ bool HeadlessVerify::driveScreen() {
   const bool rendered = snapshotUI(snapshotPath("talvero-app-ui.png"));
   logResult(rendered, "[verify] UI screen rendered", "[verify] UI snapshot empty");
 
-  // Typing and scrolling are checked once text inputs and scroll views exist; a screen
-  // without them passes those steps.
+  // Typing is checked once text inputs exist; a screen without them passes that step.
+  const bool scrolled = scrollStep();
 
   if (store_.debugClickFirstButton()) {
     logLine("[verify] clicked first button");
@@ -126,7 +134,17 @@ bool HeadlessVerify::driveScreen() {
     logResult(snapshotUI(snapshotPath("talvero-app-ui-dragged.png")),
               "[verify] post-drag UI rendered", "[verify] post-drag UI empty");
   }
-  return rendered;
+  return rendered && scrolled;
+}
+
+bool HeadlessVerify::scrollStep() {
+  const std::optional<double> offset = store_.debugScrollFirst(200);
+  if (!offset) return true;
+  logLine("[verify] scrolled list; offset -> " + numberText(*offset));
+  settle();
+  logResult(snapshotUI(snapshotPath("talvero-app-ui-scrolled.png")),
+            "[verify] post-scroll UI rendered", "[verify] post-scroll UI empty");
+  return *offset > 50;
 }
 
 int HeadlessVerify::verifyBundle() {

@@ -46,6 +46,9 @@ class HeadlessVerify {
   void settle(double seconds = 0.2);
   // The bundle's screen through its steps; only the first picture counts for the result.
   bool driveScreen();
+  // The first scrollable of the screen scrolled to 200; it must have gone past 50. True
+  // without one.
+  bool scrollStep();
   bool keyboardTest();
 
   CreatorUIStore& store_;

@@ -5,6 +5,7 @@
 
 #include "platform/dispatch/main_queue.h"
 #include "platform/toolkit/events.h"
+#include "platform/toolkit/scroll_view.h"
 #include "platform/toolkit/window.h"
 #include "runtime/log.h"
 #include "runtime/value_helpers.h"
@@ -12,6 +13,7 @@
 #include "style_core/vlist.h"
 #include "ui/capabilities.h"
 #include "ui/node_views.h"
+#include "ui/node_vlist.h"
 #include "ui/style_dispatch.h"
 
 namespace talvero {
@@ -55,11 +57,16 @@ NativeValue touchEvent(toolkit::Point point, toolkit::Point last) {
                            {"deltaY", point.y - last.y}};
 }
 
-// The first button of a view tree, depth first in view order.
-NodeButton* firstButton(toolkit::View& view) {
-  if (auto* button = dynamic_cast<NodeButton*>(&view)) return button;
+// The first view of a class in a view tree, depth first in view order, looking into the
+// documents of scroll views too.
+template <class ViewClass>
+ViewClass* firstOfClass(toolkit::View& view) {
+  if (auto* found = dynamic_cast<ViewClass*>(&view)) return found;
   for (const auto& child : view.subviews()) {
-    if (NodeButton* found = firstButton(*child)) return found;
+    if (ViewClass* found = firstOfClass<ViewClass>(*child)) return found;
+  }
+  if (auto* scroller = dynamic_cast<toolkit::ScrollView*>(&view)) {
+    if (scroller->documentView()) return firstOfClass<ViewClass>(*scroller->documentView());
   }
   return nullptr;
 }
@@ -70,6 +77,7 @@ CreatorUIStore::CreatorUIStore() {
   activeStore = this;
   setMeasureFunc(&measureEntry);
   registerStyleHandlers();
+  setVListHandlers(&vlSyncHandler, &vlAdjustHandler, &vlEdgeHandler);
 }
 
 CreatorUIStore::~CreatorUIStore() {
@@ -410,7 +418,7 @@ bool CreatorUIStore::debugScreenDrag(float fromX, float fromY, float toX, float 
 
 bool CreatorUIStore::debugClickFirstButton() {
   if (!currentScreen || !currentScreen->rootNode) return false;
-  NodeButton* button = firstButton(currentScreen->rootNode->view());
+  NodeButton* button = firstOfClass<NodeButton>(currentScreen->rootNode->view());
   if (!button) return false;
   button->emitClick();
   return true;
@@ -422,6 +430,13 @@ bool CreatorUIStore::debugDismissFirstWidget() {
   if (!listeners.isArray() || listeners.get("length").toUInt32() == 0) return false;
   call_list(listeners, {});
   return true;
+}
+
+std::optional<double> CreatorUIStore::debugScrollFirst(double to) {
+  if (!currentScreen || !currentScreen->rootNode) return std::nullopt;
+  auto* scrollable = firstOfClass<NodeScrollable>(currentScreen->rootNode->view());
+  if (!scrollable) return std::nullopt;
+  return scrollable->debugScroll(to);
 }
 
 }  // namespace talvero

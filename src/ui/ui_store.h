@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <unordered_map>
 #include <vector>
@@ -114,6 +115,9 @@ class CreatorUIStore {
   bool debugScreenDrag(float fromX, float fromY, float toX, float toY);
   bool debugClickFirstButton();
   bool debugDismissFirstWidget();
+  // Scrolls the first scrollable of the current screen to `to`: the offset reached, or nothing
+  // without one.
+  std::optional<double> debugScrollFirst(double to);
 
  private:
   void mountTop();
