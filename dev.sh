@@ -41,6 +41,7 @@ case "$command" in
     build/talvero_style_bench
     "${headless[@]}" build/talvero_toolkit_bench
     build/talvero_fetch_bench
-    exec "${headless[@]}" build/talvero_ui_bench
+    "${headless[@]}" build/talvero_ui_bench
+    exec "${headless[@]}" build/talvero_vlist_bench
     ;;
 esac

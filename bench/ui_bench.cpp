@@ -20,6 +20,7 @@
 #include "style_core/node_tree.h"
 #include "style_core/properties.h"
 #include "ui/ui_store.h"
+#include "ui_bench_host.h"
 
 namespace {
 
@@ -190,15 +191,8 @@ Figures measureViews(TalveroEngine& engine) {
 }  // namespace
 
 int main() {
-  if (!toolkit::initToolkit()) {
-    std::fprintf(stderr, "talvero_ui_bench needs a display: run it under xvfb-run -a\n");
-    return 1;
-  }
-  auto engine = std::make_unique<TalveroEngine>();
-  HostViews host(engine->creatorUI());
-  host.container = std::make_shared<toolkit::View>();
-  host.container->setFrame({{0, 0}, {kWidth, kHeight}});
-  host.wireStore();
+  UIBenchHost bench("talvero_ui_bench", kWidth, kHeight);
+  const std::unique_ptr<TalveroEngine>& engine = bench.engine;
 
   engine->run(kDescription);
   const ScriptValue root = engine->currentContext().globalObject().get("root");

@@ -1,6 +1,7 @@
 #include "app/headless_verify.h"
 
 #include <algorithm>
+#include <charconv>
 #include <chrono>
 #include <cstdlib>
 #include <optional>
@@ -31,6 +32,13 @@ void logResult(bool ok, const std::string& rendered, const std::string& empty) {
 
 std::string word(bool value) {
   return value ? "true" : "false";
+}
+
+// The shortest text that reads back as the same number: "200", "12.5".
+std::string numberText(double value) {
+  char text[32];
+  const auto end = std::to_chars(text, text + sizeof text, value).ptr;
+  return std::string(text, end);
 }
 
 }  // namespace
@@ -107,7 +115,7 @@ bool HeadlessVerify::driveScreen() {
               "[verify] post-type UI rendered", "[verify] post-type UI empty");
   }
 
-  // Scrolling is checked once scroll views exist; a screen without them passes that step.
+  const bool scrolled = scrollStep();
 
   if (store_.debugClickFirstButton()) {
     logLine("[verify] clicked first button");
@@ -137,7 +145,17 @@ bool HeadlessVerify::driveScreen() {
     logResult(snapshotUI(snapshotPath("talvero-app-ui-dragged.png")),
               "[verify] post-drag UI rendered", "[verify] post-drag UI empty");
   }
-  return rendered && typed;
+  return rendered && typed && scrolled;
+}
+
+bool HeadlessVerify::scrollStep() {
+  const std::optional<double> offset = store_.debugScrollFirst(200);
+  if (!offset) return true;
+  logLine("[verify] scrolled list; offset -> " + numberText(*offset));
+  settle();
+  logResult(snapshotUI(snapshotPath("talvero-app-ui-scrolled.png")),
+            "[verify] post-scroll UI rendered", "[verify] post-scroll UI empty");
+  return *offset > 50;
 }
 
 int HeadlessVerify::verifyBundle() {

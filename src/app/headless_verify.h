@@ -48,6 +48,9 @@ class HeadlessVerify {
   // The bundle's screen through its steps; the first picture and the typed text count for the
   // result.
   bool driveScreen();
+  // The first scrollable of the screen scrolled to 200; it must have gone past 50. True
+  // without one.
+  bool scrollStep();
   bool keyboardTest();
 
   CreatorUIStore& store_;

@@ -52,6 +52,9 @@ class NodeProtocol {
 
   virtual toolkit::View& view() = 0;
   std::shared_ptr<toolkit::View> viewPtr() { return view().shared_from_this(); }
+  // The view that holds the views of the node's children: the node's own view, except in
+  // nodes whose children move inside them.
+  virtual std::shared_ptr<toolkit::View> childContainer() { return viewPtr(); }
 
   // Moves the view to the native layout: frames cut towards zero, `onLayout` on the first
   // layout and on each change of the whole-number frame.

@@ -4,8 +4,10 @@
 
 #include "runtime/log.h"
 #include "ui/node_input.h"
+#include "ui/node_scrollable.h"
 #include "ui/node_text.h"
 #include "ui/node_views.h"
+#include "ui/node_vlist.h"
 
 namespace talvero {
 
@@ -37,10 +39,12 @@ std::shared_ptr<NodeProtocol> makeNodeOfKind(const std::string& type, bool scrol
   if (type == "button") return std::make_shared<NodeButton>(type, nodePtr, script, store);
   if (type == "widget") return std::make_shared<NodeWidget>(type, nodePtr, script, store);
   if (type == "screen") {
-    if (scrollable) warnUnbuiltKind("scrollable screen");
+    if (scrollable) return std::make_shared<NodeScrollable>(type, nodePtr, script, store);
     return std::make_shared<NodeScreen>(type, nodePtr, script, store);
   }
-  if (type == "image" || type == "scrollable" || type == "video" || type == "vlist") {
+  if (type == "scrollable") return std::make_shared<NodeScrollable>(type, nodePtr, script, store);
+  if (type == "vlist") return std::make_shared<NodeVList>(type, nodePtr, script, store);
+  if (type == "image" || type == "video") {
     warnUnbuiltKind(type);
   }
   return std::make_shared<Node>(type, nodePtr, script, store);

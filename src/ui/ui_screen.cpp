@@ -5,7 +5,9 @@
 #include "platform/dispatch/main_queue.h"
 #include "runtime/value_helpers.h"
 #include "style_core/layers.h"
+#include "style_core/vlist.h"
 #include "ui/node_factory.h"
+#include "ui/node_vlist.h"
 #include "ui/style_dispatch.h"
 #include "ui/ui_store.h"
 
@@ -28,6 +30,18 @@ std::vector<std::string> classNames(const ScriptValue& classes) {
     if (auto name = list.at(i).toStringIfAny()) names.push_back(*name);
   }
   return names;
+}
+
+// Calls `visit` with each object among the `children` of a script node.
+template <class Visit>
+void forEachChildObject(const ScriptValue& node, Visit visit) {
+  const ScriptValue children = node.get("children");
+  if (!children.isArray()) return;
+  const uint32_t length = children.get("length").toUInt32();
+  for (uint32_t i = 0; i < length; ++i) {
+    const ScriptValue child = children.at(i);
+    if (child.isObject()) visit(child);
+  }
 }
 
 }  // namespace
@@ -81,6 +95,7 @@ std::shared_ptr<NodeProtocol> UIScreen::addNodeRecursive(const ScriptValue& node
   for (const std::string& name : classNames(node.get("_classes"))) {
     enableNodeLayer(nodePtr, getLayer(nodePtr, ("$" + name).c_str()));
   }
+  if (auto* list = dynamic_cast<NodeVList*>(made.get())) list->setUp(*this, node);
   addNodesToParent(*made, node.get("children"), true);
   return made;
 }
@@ -95,9 +110,9 @@ void UIScreen::addNodesToParent(NodeProtocol& parent, const ScriptValue& childre
     if (!element.isObject()) continue;
     auto child = addNodeRecursive(element, parent.nodePtr(), position);
     if (immediately) {
-      parent.view().addSubview(child->viewPtr());
+      parent.childContainer()->addSubview(child->viewPtr());
     } else {
-      pendingOps.push_back(MountInsert{parent.viewPtr(), child->viewPtr(), position});
+      pendingOps.push_back(MountInsert{parent.childContainer(), child->viewPtr(), position});
     }
     ++position;
   }
@@ -108,7 +123,7 @@ void UIScreen::insertNode(int64_t index, YGNodeRef parent, const ScriptValue& no
   const int64_t clamped = std::clamp<int64_t>(index, 0, kMaxChildIndex);
   auto child = addNodeRecursive(node, parent, static_cast<uint32_t>(clamped));
   if (NodeProtocol* parentNode = this->node(reinterpret_cast<uintptr_t>(parent))) {
-    pendingOps.push_back(MountInsert{parentNode->viewPtr(), child->viewPtr(), clamped});
+    pendingOps.push_back(MountInsert{parentNode->childContainer(), child->viewPtr(), clamped});
   }
   scheduleFlush();
 }
@@ -142,18 +157,13 @@ void UIScreen::removeAllChildren(YGNodeRef parent, const ScriptValue& children) 
 void UIScreen::removeNodeRecursive(const ScriptValue& node) {
   const uint64_t id = scriptNodeId(node);
   if (id == 0) return;
+  if (auto* list = dynamic_cast<NodeVList*>(this->node(id))) list->teardown();
   node.set("_id", 0);
   if (auto found = nodes.find(id); found != nodes.end()) {
     found->second->show = false;
     nodes.erase(found);
   }
-  const ScriptValue children = node.get("children");
-  if (!children.isArray()) return;
-  const uint32_t length = children.get("length").toUInt32();
-  for (uint32_t i = 0; i < length; ++i) {
-    const ScriptValue child = children.at(i);
-    if (child.isObject()) removeNodeRecursive(child);
-  }
+  forEachChildObject(node, [this](const ScriptValue& child) { removeNodeRecursive(child); });
 }
 
 void UIScreen::removeSelf() {
@@ -223,6 +233,25 @@ void UIScreen::applyFrames() {
   for (const auto& node : live) {
     if (node->show) node->applyFrame();
   }
+}
+
+void UIScreen::vlistMount(NodeVList& list, const std::string& key, const ScriptValue& subtree) {
+  if (!subtree.isObject()) return;
+  // A key mounted again replaces its item: the core frees the old root with the new one.
+  list.unmountItem(key);
+  YGNodeRef root = vlistCreateItemRoot(list.nodePtr(), key.c_str());
+  if (!root) return;
+  const std::shared_ptr<NodeProtocol> content = addNodeRecursive(subtree, root, 0);
+  list.addItem(key, root, content->viewPtr(), subtree);
+  vlistItemMounted(list.nodePtr(), key.c_str());
+  applyFramesForSubtree(subtree);
+}
+
+void UIScreen::applyFramesForSubtree(const ScriptValue& node) {
+  const uint64_t id = scriptNodeId(node);
+  if (id == 0) return;
+  if (NodeProtocol* found = this->node(id)) found->applyFrame();
+  forEachChildObject(node, [this](const ScriptValue& child) { applyFramesForSubtree(child); });
 }
 
 void UIScreen::invokeOnOpen() {

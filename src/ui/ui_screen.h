@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
 #include <unordered_map>
 #include <variant>
 #include <vector>
@@ -15,6 +16,7 @@
 namespace talvero {
 
 class CreatorUIStore;
+class NodeVList;
 
 // A view change under a live parent, made at the next flush.
 struct MountInsert {
@@ -53,6 +55,12 @@ class UIScreen : public std::enable_shared_from_this<UIScreen> {
   void calculateLayout(float width, float height);
   void invokeOnOpen();
   void invokeOnClose();
+
+  // Builds the subtree of one virtual-list item on a root of its own, hangs its view into the
+  // list and lays it out at the list's width.
+  void vlistMount(NodeVList& list, const std::string& key, const ScriptValue& subtree);
+  // Applies the frames of a script subtree's nodes, which no pass of the screen lays out.
+  void applyFramesForSubtree(const ScriptValue& node);
 
   // The node of an id, or null.
   NodeProtocol* node(uint64_t id) const;

@@ -5,6 +5,7 @@
 
 #include "platform/dispatch/main_queue.h"
 #include "platform/toolkit/events.h"
+#include "platform/toolkit/scroll_view.h"
 #include "platform/toolkit/window.h"
 #include "runtime/log.h"
 #include "runtime/value_helpers.h"
@@ -13,6 +14,7 @@
 #include "ui/capabilities.h"
 #include "ui/node_input.h"
 #include "ui/node_views.h"
+#include "ui/node_vlist.h"
 #include "ui/style_dispatch.h"
 
 namespace talvero {
@@ -56,12 +58,16 @@ NativeValue touchEvent(toolkit::Point point, toolkit::Point last) {
                            {"deltaY", point.y - last.y}};
 }
 
-// The first node of a class in a view tree, depth first in view order.
-template <class NodeClass>
-NodeClass* firstNodeOf(toolkit::View& view) {
-  if (auto* node = dynamic_cast<NodeClass*>(&view)) return node;
+// The first view of a class in a view tree, depth first in view order, looking into the
+// documents of scroll views too.
+template <class ViewClass>
+ViewClass* firstOfClass(toolkit::View& view) {
+  if (auto* found = dynamic_cast<ViewClass*>(&view)) return found;
   for (const auto& child : view.subviews()) {
-    if (NodeClass* found = firstNodeOf<NodeClass>(*child)) return found;
+    if (ViewClass* found = firstOfClass<ViewClass>(*child)) return found;
+  }
+  if (auto* scroller = dynamic_cast<toolkit::ScrollView*>(&view)) {
+    if (scroller->documentView()) return firstOfClass<ViewClass>(*scroller->documentView());
   }
   return nullptr;
 }
@@ -72,6 +78,7 @@ CreatorUIStore::CreatorUIStore() {
   activeStore = this;
   setMeasureFunc(&measureEntry);
   registerStyleHandlers();
+  setVListHandlers(&vlSyncHandler, &vlAdjustHandler, &vlEdgeHandler);
 }
 
 CreatorUIStore::~CreatorUIStore() {
@@ -412,7 +419,7 @@ bool CreatorUIStore::debugScreenDrag(float fromX, float fromY, float toX, float 
 
 bool CreatorUIStore::debugClickFirstButton() {
   if (!currentScreen || !currentScreen->rootNode) return false;
-  NodeButton* button = firstNodeOf<NodeButton>(currentScreen->rootNode->view());
+  NodeButton* button = firstOfClass<NodeButton>(currentScreen->rootNode->view());
   if (!button) return false;
   button->emitClick();
   return true;
@@ -421,11 +428,11 @@ bool CreatorUIStore::debugClickFirstButton() {
 std::optional<std::string> CreatorUIStore::debugTypeFirstInput(const std::string& text) {
   if (!currentScreen || !currentScreen->rootNode) return std::nullopt;
   toolkit::View& root = currentScreen->rootNode->view();
-  if (auto* input = firstNodeOf<NodeInput>(root)) {
+  if (auto* input = firstOfClass<NodeInput>(root)) {
     input->debugType(text);
     return input->textValue();
   }
-  if (auto* area = firstNodeOf<NodeTextArea>(root)) {
+  if (auto* area = firstOfClass<NodeTextArea>(root)) {
     area->debugType(text);
     return area->textValue();
   }
@@ -438,6 +445,13 @@ bool CreatorUIStore::debugDismissFirstWidget() {
   if (!listeners.isArray() || listeners.get("length").toUInt32() == 0) return false;
   call_list(listeners, {});
   return true;
+}
+
+std::optional<double> CreatorUIStore::debugScrollFirst(double to) {
+  if (!currentScreen || !currentScreen->rootNode) return std::nullopt;
+  auto* scrollable = firstOfClass<NodeScrollable>(currentScreen->rootNode->view());
+  if (!scrollable) return std::nullopt;
+  return scrollable->debugScroll(to);
 }
 
 }  // namespace talvero

@@ -119,6 +119,9 @@ class CreatorUIStore {
   // area, and gives the text read back; nothing when the screen has neither.
   std::optional<std::string> debugTypeFirstInput(const std::string& text);
   bool debugDismissFirstWidget();
+  // Scrolls the first scrollable of the current screen to `to`: the offset reached, or nothing
+  // without one.
+  std::optional<double> debugScrollFirst(double to);
 
  private:
   void mountTop();

@@ -157,6 +157,34 @@ TEST_F(HeadlessVerifyTest, TheFirstInputIsTypedIntoAndReadBack) {
   EXPECT_TRUE(fs::exists(root / "talvero-app-ui-typed.png"));
 }
 
+// A screen of texts over a scroll container that holds `rows` rows 40 high.
+std::string scrollingBundle(int rows) {
+  return std::string(kTexts) + "var rows = []; for (var i = 0; i < " + std::to_string(rows) +
+         "; i++) rows.push({_style: {height: 40, backgroundColor: i % 2 ? '#000000' : '#ffffff'}});"
+         "_creatorUI.openScreen({type: 'screen', _style: {padding: 20},"
+         "  children: texts.concat([{type: 'scrollable', _style: {height: 200}, children: rows,"
+         "    sl: [function (y) { record('sl ' + y); }]}])});";
+}
+
+TEST_F(HeadlessVerifyTest, TheScrollStepMovesTheFirstScrollableAndPicturesIt) {
+  write("bundle.js", scrollingBundle(50));
+  EXPECT_EQ(verify(false), 0) << output;
+  EXPECT_NE(output.find("[verify] UI screen rendered\n"
+                        "[verify] scrolled list; offset -> 200\n"
+                        "[verify] post-scroll UI rendered\n"),
+            std::string::npos)
+      << output;
+  EXPECT_EQ(records, (std::vector<std::string>{"sl 200"}));
+  EXPECT_GT(fs::file_size(root / "talvero-app-ui-scrolled.png"), 0u);
+}
+
+TEST_F(HeadlessVerifyTest, AScrollableThatCannotMovePast50FailsTheScrollStep) {
+  write("bundle.js", scrollingBundle(6));  // 240 high in 200: at most 40 to scroll
+  EXPECT_EQ(verify(false), 1);
+  EXPECT_TRUE(said("[verify] scrolled list; offset -> 40")) << output;
+  EXPECT_TRUE(output.ends_with("[verify] FAILED\n")) << output;
+}
+
 TEST_F(HeadlessVerifyTest, AnEmptyScreenFailsTheBundleTest) {
   write("bundle.js",
         "_creatorUI.openScreen({type: 'screen', _style: {},"

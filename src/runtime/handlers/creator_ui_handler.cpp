@@ -1,14 +1,23 @@
 #include "runtime/handlers/creator_ui_handler.h"
 
+#include <cmath>
+#include <functional>
+#include <limits>
 #include <optional>
+#include <string>
+#include <utility>
 
 #include "platform/dispatch/main_queue.h"
 #include "style_core/layers.h"
+#include "style_core/node_tree.h"
+#include "style_core/vlist.h"
 #include "ui/capabilities.h"
 #include "ui/font_manager.h"
 #include "ui/node_animation.h"
+#include "ui/node_vlist.h"
 #include "ui/style_dispatch.h"
 #include "ui/ui_store.h"
+#include "ui/vlist_bridge.h"
 
 namespace talvero {
 
@@ -85,6 +94,37 @@ std::optional<NativeValue::Dict> animationOptions(const ScriptValue& options) {
   return options.toDictionary();
 }
 
+// Work on the virtual list named by a script object, at once on the main thread, else queued
+// to it; nothing when the object names no list.
+void withList(const ScriptValue& list, std::function<void(NodeVList&)> work) {
+  auto run = [list, work = std::move(work)] {
+    if (const std::shared_ptr<NodeVList> node = findVList(list)) work(*node);
+  };
+  if (dispatch::isMainThread()) {
+    run();
+  } else {
+    dispatch::post(std::move(run));
+  }
+}
+
+// The scroll commands of a list: "scrollTo" an offset, "scrollToKey" the top of an item,
+// "scrollToEnd" the content height. An unknown key or name does nothing.
+void command(const ScriptValue& target, const ScriptValue& name, const ScriptValue& argument) {
+  const std::optional<std::string> command = name.toStringIfAny();
+  if (!command) return;
+  withList(target, [command = *command, argument](NodeVList& list) {
+    double offset = std::numeric_limits<double>::quiet_NaN();
+    if (command == "scrollTo") {
+      offset = argument.toDouble();
+    } else if (command == "scrollToKey") {
+      if (auto key = argument.toStringIfAny()) offset = vlistOffsetOf(list.nodePtr(), key->c_str());
+    } else if (command == "scrollToEnd") {
+      offset = getContentHeight(list.nodePtr());
+    }
+    if (!std::isnan(offset)) list.scrollTo(offset);
+  });
+}
+
 }  // namespace
 
 CreatorUIHandler::CreatorUIHandler(CreatorUIStore& store) : creatorUIStore(store) {
@@ -146,7 +186,46 @@ CreatorUIHandler::CreatorUIHandler(CreatorUIStore& store) : creatorUIStore(store
            [](uint64_t id, ScriptValue options) {
              if (auto dict = animationOptions(options)) animateTo(id, *dict);
            })
-      .add("setComfortInset", [](float, float) {});
+      .add("setComfortInset", [](float, float) {})
+      .add("vlistSetKeys",
+           [](ScriptValue list, ScriptValue keys, ScriptValue estimates) {
+             withList(list, [keys, estimates](NodeVList& node) {
+               VListBridge::setKeys(node.nodePtr(), keys, estimates);
+               node.refresh();
+             });
+           })
+      .add("vlistInsertKeys",
+           [](ScriptValue list, int32_t index, ScriptValue keys, ScriptValue estimates) {
+             withList(list, [index, keys, estimates](NodeVList& node) {
+               VListBridge::insertKeys(node.nodePtr(), index, keys, estimates);
+               node.refresh();
+             });
+           })
+      .add("vlistRemoveKeys",
+           [](ScriptValue list, ScriptValue keys) {
+             withList(list, [keys](NodeVList& node) {
+               VListBridge::removeKeys(node.nodePtr(), keys);
+               node.refresh();
+             });
+           })
+      .add("vlistInvalidate",
+           [](ScriptValue list, ScriptValue key) {
+             withList(list, [key](NodeVList& node) {
+               if (auto text = key.toStringIfAny()) vlistInvalidate(node.nodePtr(), text->c_str());
+               node.refresh();
+             });
+           })
+      .add("vlistMount",
+           [](ScriptValue list, ScriptValue key, ScriptValue subtree) {
+             withList(list, [key, subtree](NodeVList& node) {
+               const std::shared_ptr<UIScreen> owner = node.ownerScreen.lock();
+               const std::optional<std::string> text = key.toStringIfAny();
+               if (owner && text) owner->vlistMount(node, *text, subtree);
+             });
+           })
+      .add("command", [](ScriptValue target, ScriptValue name, ScriptValue argument, ScriptValue) {
+        command(target, name, argument);
+      });
 }
 
 }  // namespace talvero

@@ -1,8 +1,9 @@
 // preload: level.glb ; hero.png
 // The bundle of the "--verify" end-to-end test: a routed screen of texts, an input and a text
 // area, whose first button pushes a second screen, whose own first button pops it again; the
-// root takes touches itself; a widget over everything hides itself when its overlay is
-// tapped. Every listener logs, so the test can tell what the self-test reached.
+// root takes touches itself and holds a virtual list for the scroll step; a widget over
+// everything hides itself when its overlay is tapped. Every listener logs, so the test can
+// tell what the self-test reached.
 
 function log(text) {
   console.log("[bundle] " + text);
@@ -42,6 +43,30 @@ function secondScreen() {
   };
 }
 
+// Two hundred rows of which only those near the viewport are built.
+var rowKeys = [];
+var rowEstimates = [];
+for (var r = 0; r < 200; r++) {
+  rowKeys.push("row" + r);
+  rowEstimates.push(24);
+}
+var list = {
+  type: "vlist",
+  _style: {height: 160, backgroundColor: "#2a3140"},
+  _keys: rowKeys,
+  _estimates: rowEstimates,
+  sl: [function (offset) { log("list scrolled to " + offset); }],
+  _syncWindow: function (removed, added) {
+    for (var i = 0; i < added.length; i++) {
+      _creatorUI.vlistMount(list, added[i], {
+        type: "text",
+        _text: "List " + added[i],
+        _style: {color: "#f0f0f0", fontSize: 14, height: 24, paddingHorizontal: 8},
+      });
+    }
+  },
+};
+
 var moves = 0;
 var root = {
   type: "screen",
@@ -66,6 +91,7 @@ var root = {
       log("push clicked");
       _creatorUI.routerPush(secondScreen());
     }),
+    list,
   ],
   ol: [function () { log("root opened"); }],
   _emitTouchStart: function (pointerId, x, y) {
