@@ -23,6 +23,8 @@ class ToastViewTest : public ::testing::Test {
   void SetUp() override {
     ASSERT_TRUE(toolkit::initToolkit()) << "no display: run the tests under xvfb-run";
     toolkit::setAnimationClock([this] { return now; });
+    host = std::make_shared<toolkit::View>();
+    toast = std::make_shared<ToastView>();
     host->setFrame({{0, 0}, {800, 600}});
   }
   void TearDown() override { toolkit::setAnimationClock(nullptr); }
@@ -46,8 +48,9 @@ class ToastViewTest : public ::testing::Test {
   }
 
   double now = 20;
-  std::shared_ptr<toolkit::View> host = std::make_shared<toolkit::View>();
-  std::shared_ptr<ToastView> toast = std::make_shared<ToastView>();
+  // Made in SetUp: views need the toolkit started.
+  std::shared_ptr<toolkit::View> host;
+  std::shared_ptr<ToastView> toast;
 };
 
 TEST_F(ToastViewTest, QueuedToastsShowOneAfterTheOtherEachForItsOwnDuration) {
