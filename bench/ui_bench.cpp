@@ -91,20 +91,20 @@ var order = [];
 
 // A node of the description, read once from the script so that the reference pays nothing for
 // reading script values.
-struct NodeSpec {
+struct NodeOutline {
   std::vector<std::pair<std::string, std::string>> style;
-  std::vector<NodeSpec> children;
+  std::vector<NodeOutline> children;
 };
 
-NodeSpec readSpec(const ScriptValue& node) {
-  NodeSpec spec;
+NodeOutline readOutline(const ScriptValue& node) {
+  NodeOutline outline;
   for (const auto& [key, value] : node.get("_style").toDictionary()) {
-    spec.style.emplace_back(key, value.isString() ? value.asString() : "");
+    outline.style.emplace_back(key, value.isString() ? value.asString() : "");
   }
   const ScriptValue children = node.get("children");
   const uint32_t length = children.get("length").toUInt32();
-  for (uint32_t i = 0; i < length; ++i) spec.children.push_back(readSpec(children.at(i)));
-  return spec;
+  for (uint32_t i = 0; i < length; ++i) outline.children.push_back(readOutline(children.at(i)));
+  return outline;
 }
 
 double millisecondsOf(const std::function<void()>& work) {
@@ -121,22 +121,22 @@ struct Figures {
 };
 
 // The style core alone: the same nodes, the same strings, the same layout passes.
-Figures measureStyleCore(const NodeSpec& rootSpec) {
+Figures measureStyleCore(const NodeOutline& rootSpec) {
   Figures best;
   for (int repeat = 0; repeat < kRepeats; ++repeat) {
     std::vector<YGNodeRef> order;
     YGNodeRef root = nullptr;
     best.open = std::min(best.open, millisecondsOf([&] {
-                           std::function<void(const NodeSpec&, YGNodeRef, uint32_t)> build =
-                               [&](const NodeSpec& spec, YGNodeRef parent, uint32_t index) {
+                           std::function<void(const NodeOutline&, YGNodeRef, uint32_t)> build =
+                               [&](const NodeOutline& outline, YGNodeRef parent, uint32_t index) {
                                  YGNodeRef node = parent ? createNode(parent, index, 0)
                                                          : createNodeRoot(1'000'000);
                                  if (!parent) root = node;
                                  order.push_back(node);
-                                 for (const auto& [name, value] : spec.style)
+                                 for (const auto& [name, value] : outline.style)
                                    setString(node, name.c_str(), value.c_str());
-                                 for (uint32_t i = 0; i < spec.children.size(); ++i)
-                                   build(spec.children[i], node, i);
+                                 for (uint32_t i = 0; i < outline.children.size(); ++i)
+                                   build(outline.children[i], node, i);
                                };
                            build(rootSpec, nullptr, 0);
                            calculate(root, kWidth, kHeight);
@@ -196,12 +196,12 @@ int main() {
 
   engine->run(kDescription);
   const ScriptValue root = engine->currentContext().globalObject().get("root");
-  const NodeSpec spec = readSpec(root);
+  const NodeOutline outline = readOutline(root);
   const uint32_t nodes =
       engine->currentContext().globalObject().get("order").get("length").toUInt32();
 
   // The reference first: the style core is shared, and the views' pass must not warm it.
-  const Figures core = measureStyleCore(spec);
+  const Figures core = measureStyleCore(outline);
   const Figures views = measureViews(*engine);
 
   std::printf(

@@ -46,16 +46,16 @@ EndPoints linearEnds(double degrees, double w, double h) {
 }
 
 // From the centre to the end of the radius on each axis.
-EndPoints radialEnds(const CUIGradientSpec& spec, double w, double h) {
-  const toolkit::Point centre{spec.cx, spec.cy};
+EndPoints radialEnds(const CUIGradientSpec& gradient, double w, double h) {
+  const toolkit::Point centre{gradient.cx, gradient.cy};
   if (w <= 0 || h <= 0) return {centre, {centre.x + 0.5, centre.y + 0.5}};
-  const double left = spec.cx * w, right = (1 - spec.cx) * w;
-  const double top = spec.cy * h, bottom = (1 - spec.cy) * h;
+  const double left = gradient.cx * w, right = (1 - gradient.cx) * w;
+  const double top = gradient.cy * h, bottom = (1 - gradient.cy) * h;
   const double x0 = std::min(left, right), x1 = std::max(left, right);
   const double y0 = std::min(top, bottom), y1 = std::max(top, bottom);
-  const bool circle = spec.shape == 1;
+  const bool circle = gradient.shape == 1;
   double radiusX = 0, radiusY = 0;
-  switch (spec.extent) {
+  switch (gradient.extent) {
     case 1:  // closest-side
       radiusX = circle ? std::min(x0, y0) : x0;
       radiusY = circle ? radiusX : y0;
@@ -69,8 +69,8 @@ EndPoints radialEnds(const CUIGradientSpec& spec, double w, double h) {
       radiusY = circle ? radiusX : y1;
       break;
     case 4:  // explicit radii
-      radiusX = spec.rUnitX == 1 ? spec.rx * w : spec.rx;
-      radiusY = spec.rUnitY == 1 ? spec.ry * h : spec.ry;
+      radiusX = gradient.rUnitX == 1 ? gradient.rx * w : gradient.rx;
+      radiusY = gradient.rUnitY == 1 ? gradient.ry * h : gradient.ry;
       break;
     default:  // farthest-corner
       radiusX = circle ? std::hypot(x1, y1) : x1 * std::numbers::sqrt2;
@@ -80,10 +80,10 @@ EndPoints radialEnds(const CUIGradientSpec& spec, double w, double h) {
   return {centre, {centre.x + radiusX / w, centre.y + radiusY / h}};
 }
 
-toolkit::GradientPaint paintFor(const CUIGradientSpec& spec, toolkit::Size size) {
-  const auto [start, end] = spec.isRadial ? radialEnds(spec, size.width, size.height)
-                                          : linearEnds(spec.angle, size.width, size.height);
-  return toolkit::GradientPaint{spec.isRadial, spec.colors, spec.locations, start, end};
+toolkit::GradientPaint paintFor(const CUIGradientSpec& gradient, toolkit::Size size) {
+  const auto [start, end] = gradient.isRadial ? radialEnds(gradient, size.width, size.height)
+                                          : linearEnds(gradient.angle, size.width, size.height);
+  return toolkit::GradientPaint{gradient.isRadial, gradient.colors, gradient.locations, start, end};
 }
 
 // --- Background images -----------------------------------------------------------------------

@@ -81,7 +81,7 @@ void setBackgroundImage(NodeProtocol& node, const std::string& source);
 // value changes nothing.
 void setBackgroundSize(NodeProtocol& node, const std::string& value);
 
-// Paint layers behind the content, one per spec in order, the first on top. An empty list
+// Paint layers behind the content, one per gradient in order, the first on top. An empty list
 // removes them.
 void setGradients(NodeProtocol& node, const std::vector<CUIGradientSpec>& paints);
 void removeGradient(NodeProtocol& node);
