@@ -110,8 +110,18 @@ void Label::setPlaceholder(AttributedString placeholder) {
   setNeedsDisplay();
 }
 
-void* Label::newLayout(double width) const {
-  PangoContext* context = gtk_widget_get_pango_context(static_cast<GtkWidget*>(nativeWidget()));
+// Measuring happens for thousands of labels before most of them are drawn, and a widget's own
+// Pango context is made at its first use; one context made from the same display settings
+// serves every measurement instead.
+static PangoContext* measuringContext(GtkWidget* anyWidget) {
+  static PangoContext* context = gtk_widget_create_pango_context(anyWidget);
+  return context;
+}
+
+void* Label::newLayout(double width, bool forMeasuring) const {
+  auto* widget = static_cast<GtkWidget*>(nativeWidget());
+  PangoContext* context =
+      forMeasuring ? measuringContext(widget) : gtk_widget_get_pango_context(widget);
   PangoLayout* layout = pango_layout_new(context);
   auto* description = static_cast<PangoFontDescription*>(font_.newPangoDescription());
   pango_layout_set_font_description(layout, description);
@@ -157,7 +167,7 @@ Size Label::sizeThatFits(double width) const {
   for (const Measurement& known : measured_) {
     if (known.width == width) return known.size;
   }
-  auto* layout = static_cast<PangoLayout*>(newLayout(width));
+  auto* layout = static_cast<PangoLayout*>(newLayout(width, true));
   PangoRectangle ink, logical;
   pango_layout_get_extents(layout, &ink, &logical);
   g_object_unref(layout);
@@ -171,7 +181,7 @@ Size Label::sizeThatFits(double width) const {
 
 void Label::drawContent(DrawContext& context) {
   if (text_.empty() && placeholder_.empty()) return;
-  auto* layout = static_cast<PangoLayout*>(newLayout(bounds().width()));
+  auto* layout = static_cast<PangoLayout*>(newLayout(bounds().width(), false));
   context.appendLayout(layout, textColor_, bounds());
   g_object_unref(layout);
 }

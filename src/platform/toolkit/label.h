@@ -67,8 +67,9 @@ class Label : public View {
   void drawContent(DrawContext& context) override;
 
  private:
-  // A new PangoLayout* of what the label shows, wrapped at `width` (none when not finite).
-  void* newLayout(double width) const;
+  // A new PangoLayout* of what the label shows, wrapped at `width` (none when not finite), on
+  // the shared measuring context or on the widget's own one for drawing.
+  void* newLayout(double width, bool forMeasuring) const;
 
   // Layout asks the same label for the same widths many times per pass (unbounded, then the
   // width it settles on); shaping text is the expensive part, so the last two answers are kept.
