@@ -27,6 +27,7 @@
 
 #include "platform/dispatch/main_queue.h"
 #include "platform/script/script_context.h"
+#include "engine/bindings/creator_utils_bindings.h"
 #include "runtime/buffers.h"
 #include "services/fetch.h"
 

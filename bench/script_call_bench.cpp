@@ -12,7 +12,7 @@
 
 #include "platform/script/export_table.h"
 #include "platform/script/jsc_glue.h"
-#include "runtime/engine.h"
+#include "engine/engine.h"
 
 namespace {
 

@@ -10,9 +10,7 @@
 #include <functional>
 #include <vector>
 
-#include "style_core/layers.h"
-#include "style_core/node_tree.h"
-#include "style_core/properties.h"
+#include "style_core/style_core.h"
 
 namespace {
 

@@ -16,9 +16,8 @@
 #include "app/host_views.h"
 #include "platform/dispatch/main_queue.h"
 #include "platform/toolkit/window.h"
-#include "runtime/engine.h"
-#include "style_core/node_tree.h"
-#include "style_core/properties.h"
+#include "engine/engine.h"
+#include "style_core/style_core.h"
 #include "ui/ui_store.h"
 #include "ui_bench_host.h"
 

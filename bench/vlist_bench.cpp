@@ -19,7 +19,7 @@
 #include "app/host_views.h"
 #include "platform/dispatch/main_queue.h"
 #include "platform/toolkit/window.h"
-#include "runtime/engine.h"
+#include "engine/engine.h"
 #include "ui/node_vlist.h"
 #include "ui/ui_store.h"
 #include "ui_bench_host.h"

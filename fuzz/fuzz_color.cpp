@@ -1,5 +1,5 @@
 #include "fuzz_input.h"
-#include "style_core/value_parsers.h"
+#include "style_core/internal/value_parsers.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string text = talvero::fuzz::textOf(data, size);

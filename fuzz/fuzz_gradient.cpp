@@ -1,7 +1,7 @@
 #include <cstring>
 
 #include "fuzz_input.h"
-#include "style_core/gradients.h"
+#include "style_core/internal/gradients.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   using talvero::fuzz::require;

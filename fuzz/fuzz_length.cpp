@@ -1,6 +1,6 @@
 #include "fuzz_input.h"
-#include "style_core/value_parsers.h"
-#include "style_core/viewport.h"
+#include "style_core/internal/value_parsers.h"
+#include "style_core/internal/viewport.h"
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
   // Non-zero units and insets, so that every path multiplies or adds something.

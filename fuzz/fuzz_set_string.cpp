@@ -3,9 +3,9 @@
 // the input is the name, the rest the value.
 
 #include "fuzz_input.h"
-#include "style_core/layers.h"
-#include "style_core/node_tree.h"
-#include "style_core/properties.h"
+#include "style_core/internal/layers.h"
+#include "style_core/internal/node_tree.h"
+#include "style_core/internal/properties.h"
 
 namespace {
 

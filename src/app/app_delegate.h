@@ -9,7 +9,7 @@
 #include "app/host_views.h"
 #include "platform/toolkit/view.h"
 #include "platform/toolkit/window.h"
-#include "runtime/engine.h"
+#include "engine/engine.h"
 
 namespace talvero {
 

@@ -9,7 +9,7 @@
 #include <fstream>
 #include <iterator>
 
-#include "runtime/engine.h"
+#include "engine/engine.h"
 #include "runtime/log.h"
 #include "runtime/resources.h"
 #include "runtime/utf8.h"

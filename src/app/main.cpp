@@ -10,7 +10,7 @@
 #include "platform/dispatch/main_queue.h"
 #include "platform/dispatch/timer_source.h"
 #include "platform/toolkit/window.h"
-#include "runtime/engine.h"
+#include "engine/engine.h"
 #include "runtime/log.h"
 
 #ifndef TALVERO_APP_BUNDLE_DIR

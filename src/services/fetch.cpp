@@ -217,17 +217,4 @@ int64_t FetchService::fetchLocal(const std::string& path) {
   return entry->second;
 }
 
-void addFetchRows(ExportTable& exports, FetchService& service) {
-  exports
-      .add("fetch",
-           [](std::string url, ScriptValue options, ScriptValue onComplete, ScriptValue onReject) {
-             fetchInternal(url, options, std::move(onComplete), std::move(onReject));
-           })
-      .add("fetchToJson", [](int64_t id) { return fetchToJson(ScriptContext::current(), id); })
-      .add("fetchToText", &fetchToText)
-      .add("disposeFetch", &disposeFetch)
-      .add("fetchLocal", [&service](std::string path) { return service.fetchLocal(path); })
-      .add("fetchSlice", &fetchSlice);
-}
-
 }  // namespace talvero

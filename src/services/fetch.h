@@ -6,7 +6,7 @@
 #include <unordered_map>
 
 #include "platform/bytes.h"
-#include "platform/script/export_table.h"
+#include "platform/script/script_context.h"
 
 namespace talvero {
 
@@ -45,9 +45,5 @@ class FetchService {
   const FetchLocalFunction& onFetchLocal_;
   std::unordered_map<std::string, int64_t> fetchLocalMap_;
 };
-
-// Adds `fetch`, `fetchToJson`, `fetchToText`, `disposeFetch`, `fetchLocal` and `fetchSlice`,
-// in this order, to the table of `_creatorUtils`.
-void addFetchRows(ExportTable& exports, FetchService& service);
 
 }  // namespace talvero

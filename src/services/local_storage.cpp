@@ -11,7 +11,6 @@
 #include <system_error>
 #include <utility>
 
-#include "platform/script/export_table.h"
 #include "runtime/log.h"
 
 namespace talvero {
@@ -258,20 +257,6 @@ void LocalStorage::runSaves() {
     fileBeingSaved_.reset();
     saveChanged_.notify_all();
   }
-}
-
-void addLocalStorageRows(ExportTable& exports, LocalStorage& storage) {
-  LocalStorage* store = &storage;
-  exports.add("localStorageSetStorage", [store](std::string id) { store->setProject(id); })
-      .add("localStorageSetValue",
-           [store](std::string key, std::string value) { store->set(key, value); })
-      .add("localStorageGetValue",
-           [store](std::string key) {
-             const ScriptContext context = ScriptContext::current();
-             std::optional<std::string> value = store->get(key);
-             return value ? context.make(NativeValue(std::move(*value))) : context.undefinedValue();
-           })
-      .add("localStorageRemoveValue", [store](std::string key) { store->remove(key); });
 }
 
 }  // namespace talvero

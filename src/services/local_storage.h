@@ -12,8 +12,6 @@
 
 namespace talvero {
 
-class ExportTable;
-
 // `$XDG_DATA_HOME/Talvero/storage`, or `~/.local/share/Talvero/storage` when that variable is
 // unset, empty or relative.
 std::filesystem::path defaultLocalStorageFolder();
@@ -73,10 +71,5 @@ class LocalStorage {
   std::condition_variable saveChanged_;
   std::thread saver_;
 };
-
-// The local storage rows of `_creatorUtils`, in this order: `localStorageSetStorage`,
-// `localStorageSetValue`, `localStorageGetValue` (undefined for a missing key),
-// `localStorageRemoveValue`. `storage` must outlive the table.
-void addLocalStorageRows(ExportTable& exports, LocalStorage& storage);
 
 }  // namespace talvero

@@ -5,7 +5,6 @@
 #include <variant>
 #include <vector>
 
-#include "platform/script/export_table.h"
 #include "runtime/buffers.h"
 
 namespace talvero {
@@ -59,7 +58,7 @@ Part readPart(const ScriptValue& entry, const std::string& boundary) {
     part.head += "Content-Disposition: form-data; name=\"" + name + "\"; filename=\"" +
                  (filename.isString() ? filename.toString() : std::string("blob")) + "\"\r\n" +
                  "Content-Type: application/octet-stream\r\n\r\n";
-    part.content = Buffers::get(export_detail::toInt64(fileId.toNumber()));
+    part.content = Buffers::get(fileId.toInt64());
   } else {
     part.head += "Content-Disposition: form-data; name=\"" + name + "\"\r\n\r\n";
     const bool missing = value.empty() || value.isUndefined() || value.isNull();

@@ -99,16 +99,4 @@ WsConnection* WsManager::find(int64_t id) const {
   return connections_[static_cast<size_t>(id)].get();
 }
 
-void addWebSocketRows(ExportTable& exports, WsManager& manager) {
-  WsManager* sockets = &manager;
-  exports
-      .add("websocketOpen",
-           [sockets](std::string url, ScriptValue callback, ScriptValue headers) {
-             return sockets->websocketOpen(url, callback, headers);
-           })
-      .add("websocketSend",
-           [sockets](int64_t id, std::string text) { sockets->websocketSend(id, text); })
-      .add("websocketClose", [sockets](int64_t id) { sockets->websocketClose(id); });
-}
-
 }  // namespace talvero

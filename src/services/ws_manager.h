@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "platform/net/web_socket_task.h"
-#include "platform/script/export_table.h"
+#include "platform/script/script_context.h"
 
 namespace talvero {
 
@@ -60,9 +60,5 @@ class WsManager {
 
   std::vector<std::shared_ptr<WsConnection>> connections_;  // null: an emptied slot
 };
-
-// Adds `websocketOpen(url, callback, headers)`, `websocketSend(id, text)` and
-// `websocketClose(id)`, in this order.
-void addWebSocketRows(ExportTable& exports, WsManager& manager);
 
 }  // namespace talvero

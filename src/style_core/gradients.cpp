@@ -1,4 +1,4 @@
-#include "style_core/gradients.h"
+#include "style_core/internal/gradients.h"
 
 #include <algorithm>
 #include <charconv>
@@ -7,7 +7,7 @@
 #include <unordered_map>
 
 #include "style_core/hash.h"
-#include "style_core/value_parsers.h"
+#include "style_core/internal/value_parsers.h"
 
 namespace talvero {
 

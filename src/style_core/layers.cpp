@@ -1,12 +1,12 @@
-#include "style_core/layers.h"
+#include "style_core/internal/layers.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <unordered_map>
 
-#include "style_core/properties.h"
-#include "style_core/viewport.h"
+#include "style_core/internal/properties.h"
+#include "style_core/internal/viewport.h"
 
 namespace talvero {
 

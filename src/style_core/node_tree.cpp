@@ -1,12 +1,12 @@
-#include "style_core/node_tree.h"
+#include "style_core/internal/node_tree.h"
 
 #include <algorithm>
 #include <bit>
 #include <cmath>
 
-#include "style_core/layers.h"
-#include "style_core/viewport.h"
-#include "style_core/vlist.h"
+#include "style_core/internal/layers.h"
+#include "style_core/internal/viewport.h"
+#include "style_core/internal/vlist.h"
 
 namespace talvero {
 

@@ -1,4 +1,4 @@
-#include "style_core/properties.h"
+#include "style_core/internal/properties.h"
 
 #include <algorithm>
 #include <cmath>
@@ -10,9 +10,9 @@
 #include <string>
 #include <unordered_map>
 
-#include "style_core/layers.h"
-#include "style_core/value_parsers.h"
-#include "style_core/viewport.h"
+#include "style_core/internal/layers.h"
+#include "style_core/internal/value_parsers.h"
+#include "style_core/internal/viewport.h"
 
 namespace talvero {
 

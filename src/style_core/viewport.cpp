@@ -1,4 +1,4 @@
-#include "style_core/viewport.h"
+#include "style_core/internal/viewport.h"
 
 namespace talvero {
 

@@ -1,10 +1,10 @@
-#include "style_core/vlist.h"
+#include "style_core/internal/vlist.h"
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
 
-#include "style_core/node_tree.h"
+#include "style_core/internal/node_tree.h"
 
 namespace talvero {
 

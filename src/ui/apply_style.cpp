@@ -2,8 +2,7 @@
 #include <cstdint>
 #include <string>
 
-#include "style_core/layers.h"
-#include "style_core/properties.h"
+#include "style_core/style_core.h"
 #include "ui/capabilities.h"
 #include "ui/style_dispatch.h"
 #include "ui/ui_store.h"

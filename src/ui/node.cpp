@@ -3,7 +3,7 @@
 #include <cmath>
 
 #include "runtime/value_helpers.h"
-#include "style_core/node_tree.h"
+#include "style_core/style_core.h"
 #include "ui/decoration.h"
 
 namespace talvero {

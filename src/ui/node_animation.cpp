@@ -5,7 +5,7 @@
 #include "platform/dispatch/main_queue.h"
 #include "platform/dispatch/timer_source.h"
 #include "platform/toolkit/animation.h"
-#include "style_core/layers.h"
+#include "style_core/style_core.h"
 #include "ui/capabilities.h"
 #include "ui/style_dispatch.h"
 #include "ui/ui_store.h"

@@ -6,7 +6,7 @@
 #include <functional>
 
 #include "platform/script/script_value.h"
-#include "style_core/node_tree.h"
+#include "style_core/style_core.h"
 #include "ui/node.h"
 
 namespace talvero {

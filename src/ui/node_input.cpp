@@ -6,7 +6,7 @@
 
 #include "platform/dispatch/main_queue.h"
 #include "runtime/value_helpers.h"
-#include "style_core/node_tree.h"
+#include "style_core/style_core.h"
 #include "ui/font_manager.h"
 
 namespace talvero {

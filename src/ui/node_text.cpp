@@ -4,7 +4,7 @@
 #include <cmath>
 
 #include "platform/dispatch/main_queue.h"
-#include "style_core/node_tree.h"
+#include "style_core/style_core.h"
 #include "ui/font_manager.h"
 #include "ui/relayout.h"
 

@@ -2,8 +2,7 @@
 
 #include "platform/toolkit/window.h"
 #include "runtime/value_helpers.h"
-#include "style_core/layers.h"
-#include "style_core/properties.h"
+#include "style_core/style_core.h"
 #include "ui/node_animation.h"
 #include "ui/ui_store.h"
 

@@ -6,8 +6,7 @@
 #include <vector>
 
 #include "runtime/value_helpers.h"
-#include "style_core/node_tree.h"
-#include "style_core/vlist.h"
+#include "style_core/style_core.h"
 #include "ui/ui_screen.h"
 #include "ui/ui_store.h"
 #include "ui/vlist_bridge.h"

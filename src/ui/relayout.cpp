@@ -1,6 +1,6 @@
 #include "ui/relayout.h"
 
-#include "style_core/node_tree.h"
+#include "style_core/style_core.h"
 #include "ui/node.h"
 #include "ui/ui_store.h"
 

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "platform/script/script_value.h"
-#include "style_core/node_tree.h"
+#include "style_core/style_core.h"
 
 namespace talvero {
 

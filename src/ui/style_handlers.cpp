@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "platform/toolkit/image_view.h"
-#include "style_core/properties.h"
+#include "style_core/style_core.h"
 #include "ui/capabilities.h"
 #include "ui/decoration.h"
 #include "ui/node_text.h"

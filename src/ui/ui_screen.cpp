@@ -4,8 +4,7 @@
 
 #include "platform/dispatch/main_queue.h"
 #include "runtime/value_helpers.h"
-#include "style_core/layers.h"
-#include "style_core/vlist.h"
+#include "style_core/style_core.h"
 #include "ui/node_factory.h"
 #include "ui/node_vlist.h"
 #include "ui/style_dispatch.h"

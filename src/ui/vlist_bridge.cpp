@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "style_core/vlist.h"
+#include "style_core/style_core.h"
 
 namespace talvero {
 

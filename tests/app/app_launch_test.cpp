@@ -7,7 +7,7 @@
 #include <map>
 
 #include "app/app_launch.h"
-#include "runtime/engine.h"
+#include "engine/engine.h"
 #include "runtime/log.h"
 #include "scratch_dir.h"
 

@@ -10,7 +10,7 @@
 #include "app/app_launch.h"
 #include "app/host_views.h"
 #include "platform/toolkit/window.h"
-#include "runtime/engine.h"
+#include "engine/engine.h"
 #include "scratch_dir.h"
 #include "ui/ui_store.h"
 

@@ -2,7 +2,6 @@
 
 #include "runtime/buffers.h"
 #include "runtime/callback_registry.h"
-#include "runtime/handlers/console_handler.h"
 #include "runtime/value_helpers.h"
 #include "test_support.h"
 
@@ -31,14 +30,6 @@ TEST(Buffers, ReadingDoesNotConsumeOrCopy) {
 }
 
 using BridgeTest = testing::ScriptTest;
-
-TEST_F(BridgeTest, ConsolePrintsOnlyTheFirstArgumentOfEachCall) {
-  ConsoleHandler console;
-  context.setGlobal("console", console.exports().instantiate(context));
-  ::testing::internal::CaptureStdout();
-  context.evaluate("console.log('a', 'b'); console.info({}); console.error(3.5); console.log();");
-  EXPECT_EQ(::testing::internal::GetCapturedStdout(), "a\n[object Object]\n3.5\nundefined\n");
-}
 
 TEST_F(BridgeTest, RejectGetsAnErrorOfItsOwnContext) {
   ScriptContext other = ScriptContext::create();

@@ -2,7 +2,6 @@
 
 #include <set>
 
-#include "runtime/engine.h"
 #include "runtime/keyboard_state.h"
 
 namespace talvero {
@@ -49,27 +48,6 @@ TEST(KeyboardState, NamesAreExactSoLowerCaseNamesAreNeverPressed) {
   EXPECT_FALSE(keys.isPressed("a"));
   EXPECT_FALSE(keys.isPressed("KeyA "));
   keys.keyUp(38);
-}
-
-TEST(InputKey, ScriptsPollKeysByNameAndAnythingElseIsFalse) {
-  TalveroEngine engine;
-  std::vector<std::string> records;
-  engine.registerCallback("record",
-                          [&records](const std::vector<ScriptValue>& args) -> NativeValue {
-                            records.push_back(args[0].toString());
-                            return {};
-                          });
-  KeyboardState::shared().debugSet("Space", true);
-  engine.run(
-      "record([_creatorUtils.inputKey('Space'), _creatorUtils.inputKey('space'),"
-      " _creatorUtils.inputKey('KeyA'), _creatorUtils.inputKey(), _creatorUtils.inputKey(65),"
-      " _creatorUtils.inputKey(Symbol('Space')),"
-      " _creatorUtils.inputKey({ toString: function () { throw new Error('no'); } }),"
-      " typeof _creatorUtils.inputKey('Space')].join())");
-  KeyboardState::shared().debugSet("Space", false);
-  engine.run("record(String(_creatorUtils.inputKey('Space')))");
-  EXPECT_EQ(records, (std::vector<std::string>{"true,false,false,false,false,false,false,boolean",
-                                               "false"}));
 }
 
 }  // namespace

@@ -2,7 +2,7 @@
 
 #include "platform/dispatch/main_queue.h"
 #include "runtime/animation_manager.h"
-#include "runtime/engine.h"
+#include "engine/engine.h"
 #include "runtime/timer_manager.h"
 #include "test_support.h"
 

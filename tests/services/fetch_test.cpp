@@ -9,6 +9,7 @@
 #include "platform/dispatch/main_queue.h"
 #include "runtime/buffers.h"
 #include "services/user_agent.h"
+#include "engine/bindings/creator_utils_bindings.h"
 #include "test_support.h"
 
 namespace talvero {

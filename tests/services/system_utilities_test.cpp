@@ -18,7 +18,7 @@
 #include "platform/toolkit/window.h"
 #include "runtime/buffers.h"
 #include "scratch_dir.h"
-#include "services/system_utility_rows.h"
+#include "engine/bindings/creator_utils_bindings.h"
 #include "test_support.h"
 
 namespace talvero {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "platform/dispatch/main_queue.h"
+#include "engine/bindings/creator_utils_bindings.h"
 #include "test_support.h"
 
 namespace talvero {

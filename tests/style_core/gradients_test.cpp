@@ -1,4 +1,4 @@
-#include "style_core/gradients.h"
+#include "style_core/internal/gradients.h"
 
 #include <gtest/gtest.h>
 

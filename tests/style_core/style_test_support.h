@@ -5,10 +5,10 @@
 #include <string>
 #include <vector>
 
-#include "style_core/layers.h"
-#include "style_core/node_tree.h"
-#include "style_core/properties.h"
-#include "style_core/viewport.h"
+#include "style_core/internal/layers.h"
+#include "style_core/internal/node_tree.h"
+#include "style_core/internal/properties.h"
+#include "style_core/internal/viewport.h"
 
 namespace talvero::testing {
 

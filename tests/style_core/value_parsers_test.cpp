@@ -1,11 +1,11 @@
-#include "style_core/value_parsers.h"
+#include "style_core/internal/value_parsers.h"
 
 #include <gtest/gtest.h>
 
 #include <optional>
 #include <string>
 
-#include "style_core/viewport.h"
+#include "style_core/internal/viewport.h"
 
 namespace talvero {
 namespace {

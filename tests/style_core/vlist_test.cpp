@@ -1,4 +1,4 @@
-#include "style_core/vlist.h"
+#include "style_core/internal/vlist.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "style_core/node_tree.h"
+#include "style_core/internal/node_tree.h"
 
 namespace talvero {
 namespace {

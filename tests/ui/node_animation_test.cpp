@@ -8,7 +8,7 @@
 
 #include "platform/dispatch/timer_source.h"
 #include "platform/toolkit/animation.h"
-#include "style_core/layers.h"
+#include "style_core/style_core.h"
 #include "ui/node_views.h"
 #include "ui_test_support.h"
 

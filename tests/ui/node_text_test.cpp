@@ -3,7 +3,7 @@
 #include <cmath>
 #include <memory>
 
-#include "style_core/node_tree.h"
+#include "style_core/style_core.h"
 #include "ui/node_text.h"
 #include "ui/ui_test_support.h"
 

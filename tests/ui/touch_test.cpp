@@ -1,8 +1,7 @@
 #include <gtest/gtest.h>
 #include <yoga/Yoga.h>
 
-#include "style_core/layers.h"
-#include "style_core/properties.h"
+#include "style_core/style_core.h"
 #include "ui/node_views.h"
 #include "ui_window_fixture.h"
 

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 #include <cmath>
 
-#include "style_core/node_tree.h"
+#include "style_core/style_core.h"
 #include "ui/ui_screen.h"
 #include "ui_test_support.h"
 

@@ -12,7 +12,7 @@
 #include "platform/dispatch/main_queue.h"
 #include "platform/toolkit/view.h"
 #include "platform/toolkit/window.h"
-#include "runtime/engine.h"
+#include "engine/engine.h"
 #include "test_support.h"
 #include "ui/ui_store.h"
 

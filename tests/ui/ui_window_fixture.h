@@ -9,7 +9,7 @@
 
 #include "platform/dispatch/main_queue.h"
 #include "platform/toolkit/window.h"
-#include "runtime/engine.h"
+#include "engine/engine.h"
 #include "ui/ui_screen.h"
 #include "ui/ui_store.h"
 

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <limits>
 
+#include "platform/script/export_table.h"
 #include "platform/script/jsc_glue.h"
 
 namespace talvero {
@@ -253,6 +254,10 @@ std::optional<std::string> ScriptValue::toStringIfAny() const {
 double ScriptValue::toDouble() const {
   if (empty()) return std::numeric_limits<double>::quiet_NaN();
   return JSValueToNumber(state_->context, raw_, nullptr);
+}
+
+int64_t ScriptValue::toInt64() const {
+  return export_detail::toInt64(toDouble());
 }
 
 // ECMAScript ToInt32 / ToUint32: wrap modulo 2^32, NaN and infinities to 0.

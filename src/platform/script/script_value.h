@@ -83,6 +83,8 @@ class ScriptValue {
   std::optional<std::string> toStringIfAny() const;
   int32_t toInt32() const;
   uint32_t toUInt32() const;
+  // As an exported operation's 64-bit integer argument: cut towards zero, saturated, NaN 0.
+  int64_t toInt64() const;
   double toDouble() const;
   double toNumber() const { return toDouble(); }
   bool toBool() const;

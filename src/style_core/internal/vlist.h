@@ -8,6 +8,8 @@
 #include <unordered_map>
 #include <vector>
 
+#include "style_core/style_core.h"
+
 namespace talvero {
 
 // The arithmetic of a virtual list: keys, estimated and measured heights, offsets, the scroll
@@ -49,30 +51,5 @@ struct VListState {
 
 // The lists by their node.
 extern std::unordered_map<YGNodeRef, std::unique_ptr<VListState>> g_vlists;
-
-// Hooks of the view side, set once.
-using VListSyncHook = void (*)(int32_t screenId, YGNodeRef list, const char** removed,
-                               int32_t removedCount, const char** added, int32_t addedCount);
-using VListAdjustHook = void (*)(int32_t screenId, YGNodeRef list, float y);
-using VListEdgeHook = void (*)(int32_t screenId, YGNodeRef list, bool isEnd);
-void setVListHandlers(VListSyncHook sync, VListAdjustHook adjust, VListEdgeHook edge);
-
-void vlistInit(YGNodeRef node, bool inverted, float overscan, float startThreshold,
-               float endThreshold);
-void vlistFree(YGNodeRef node);
-void vlistSetKeys(YGNodeRef node, const char** keys, const float* estimates, int32_t count);
-void vlistInsertKeys(YGNodeRef node, int32_t index, const char** keys, const float* estimates,
-                     int32_t count);
-void vlistRemoveKeys(YGNodeRef node, const char** keys, int32_t count);
-void vlistInvalidate(YGNodeRef node, const char* key);
-YGNodeRef vlistCreateItemRoot(YGNodeRef node, const char* key);
-void vlistItemMounted(YGNodeRef node, const char* key);
-void vlistItemUnmounted(YGNodeRef node, const char* key);
-void vlistOnScroll(YGNodeRef node, float y);
-void vlistUpdateLayout(YGNodeRef node);
-// The top of the item, NaN when list or key is unknown; inverted lists shift it down.
-float vlistOffsetOf(YGNodeRef node, const char* key);
-// False when the node is no list; else the total height (inverted: at least the viewport).
-bool vlistTryContentHeight(YGNodeRef node, float* out);
 
 }  // namespace talvero

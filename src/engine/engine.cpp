@@ -1,4 +1,4 @@
-#include "runtime/engine.h"
+#include "engine/engine.h"
 
 #include <optional>
 
@@ -12,6 +12,10 @@
 namespace talvero {
 
 namespace {
+
+constexpr const char* kScriptGlobals[] = {
+    "_creator", "_creator2d", "_creatorUI", "_creatorUtils", "_creatorCanvas", "console",
+    "setTimeout", "setInterval", "setLoop", "clearTimeout", "clearInterval", "clearLoop"};
 
 std::vector<std::string> splitPath(const std::string& path) {
   std::vector<std::string> pieces;
@@ -46,6 +50,18 @@ TalveroEngine::TalveroEngine() {
     if (engineAlive.lock()) openProject(source, reject);
   };
   creatorUtilsHandler_->platform = "linux";
+  // Every subsystem once, in the order a retired context is released: timers, animations,
+  // UI input callbacks, the 3D and 2D sessions, web sockets (media players join last).
+  modules_ = {
+      own<TimerBindings>(*timerManager_),
+      own<AnimationModule>(*animationManager_),
+      creatorUIHandler_.get(),
+      creatorGLHandler_.get(),
+      creator2dHandler_.get(),
+      creatorUtilsHandler_.get(),
+      creatorCanvasHandler_.get(),
+      own<ConsoleHandler>(),
+  };
   configure(currentContext_);
 }
 
@@ -57,13 +73,10 @@ TalveroEngine::~TalveroEngine() {
 
 void TalveroEngine::configure(const ScriptContext& context) {
   context.setExceptionHandler(&defaultExeptionHandler);
-  context.setGlobal("_creator", creatorGLHandler_->exports().instantiate(context));
-  context.setGlobal("_creator2d", creator2dHandler_->exports().instantiate(context));
-  context.setGlobal("_creatorUI", creatorUIHandler_->exports().instantiate(context));
-  context.setGlobal("_creatorUtils", creatorUtilsHandler_->exports().instantiate(context));
-  context.setGlobal("_creatorCanvas", creatorCanvasHandler_->exports().instantiate(context));
-  context.setGlobal("console", consoleHandler_.exports().instantiate(context));
-  installTimers(*timerManager_, context);
+  // Scripts enumerate the globals in this order whatever the order of the modules: the five
+  // handlers, `console`, then the timer functions.
+  for (const char* name : kScriptGlobals) context.setGlobal(name, NativeValue());
+  for (EngineModule* module : modules_) module->install(context);
   for (const auto& registration : registrations_) applyCallback(registration, context);
 }
 
@@ -127,10 +140,7 @@ void TalveroEngine::openProject(const std::string& source, const ScriptValue& re
 }
 
 void TalveroEngine::releaseResources(const ScriptContext& context) {
-  timerManager_->cancelAll(context);
-  animationManager_->cancelAll(context);
-  creatorUI_->releaseInputCallbacks(context);
-  creatorUtilsHandler_->wsManager().closeAll(context);
+  for (EngineModule* module : modules_) module->release(context);
 }
 
 void TalveroEngine::setLanguage(const std::string& language) {

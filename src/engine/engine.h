@@ -3,14 +3,19 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "engine/bindings/console_bindings.h"
+#include "engine/bindings/creator2d_bindings.h"
+#include "engine/bindings/creator_canvas_bindings.h"
+#include "engine/bindings/creator_gl_bindings.h"
+#include "engine/bindings/creator_ui_bindings.h"
+#include "engine/bindings/creator_utils_bindings.h"
+#include "engine/bindings/timer_bindings.h"
+#include "engine/engine_module.h"
 #include "runtime/animation_manager.h"
 #include "runtime/callback_registry.h"
-#include "runtime/handlers/console_handler.h"
-#include "runtime/handlers/creator_ui_handler.h"
-#include "runtime/handlers/creator_utils_handler.h"
-#include "runtime/handlers/scene_handlers.h"
 #include "runtime/timer_manager.h"
 
 namespace talvero {
@@ -42,9 +47,10 @@ class TalveroEngine {
   void setFetchLocal(CreatorUtilsHandler::FetchLocal fetchLocal);
   int64_t putBuffer(Bytes bytes);
 
+  // Every module's globals, then the host's registrations.
   void configure(const ScriptContext& context);
   void applyCallback(const Registration& registration, const ScriptContext& context);
-  // Ends everything native that `context` left running.
+  // Ends everything native that `context` left running, module by module in list order.
   void releaseResources(const ScriptContext& context);
 
   ScriptContext currentContext() const;
@@ -55,8 +61,27 @@ class TalveroEngine {
   AnimationManager& animationManager() { return *animationManager_; }
   CreatorUtilsHandler& creatorUtilsHandler() { return *creatorUtilsHandler_; }
   CreatorUIStore& creatorUI() { return *creatorUI_; }
+  const std::vector<EngineModule*>& modules() const { return modules_; }
 
  private:
+  // The animation clock has no script global of its own (its rows are in `_creatorUtils`);
+  // a retired context's loops and animations end with it.
+  class AnimationModule : public EngineModule {
+   public:
+    explicit AnimationModule(AnimationManager& animations) : animations_(animations) {}
+    void install(const ScriptContext&) override {}
+    void release(const ScriptContext& context) override { animations_.cancelAll(context); }
+
+   private:
+    AnimationManager& animations_;
+  };
+
+  template <class Module, class... Args>
+  EngineModule* own(Args&&... args) {
+    ownedModules_.push_back(std::make_unique<Module>(std::forward<Args>(args)...));
+    return ownedModules_.back().get();
+  }
+
   ScriptContext currentContext_;
   std::unique_ptr<CreatorUIStore> creatorUI_;
   std::shared_ptr<TimerManager> timerManager_;
@@ -66,8 +91,10 @@ class TalveroEngine {
   std::unique_ptr<CreatorUIHandler> creatorUIHandler_;
   std::unique_ptr<CreatorUtilsHandler> creatorUtilsHandler_;
   std::unique_ptr<CreatorCanvasHandler> creatorCanvasHandler_;
+  // Modules that only the list names.
+  std::vector<std::unique_ptr<EngineModule>> ownedModules_;
+  std::vector<EngineModule*> modules_;
   std::vector<Registration> registrations_;
-  ConsoleHandler consoleHandler_;
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
   mutable std::mutex contextLock_;  // `run` may read the current context from another thread
 };

@@ -1,4 +1,4 @@
-#include "runtime/handlers/creator_ui_handler.h"
+#include "engine/bindings/creator_ui_bindings.h"
 
 #include <cmath>
 #include <functional>
@@ -8,9 +8,7 @@
 #include <utility>
 
 #include "platform/dispatch/main_queue.h"
-#include "style_core/layers.h"
-#include "style_core/node_tree.h"
-#include "style_core/vlist.h"
+#include "style_core/style_core.h"
 #include "ui/capabilities.h"
 #include "ui/font_manager.h"
 #include "ui/node_animation.h"
@@ -127,7 +125,8 @@ void command(const ScriptValue& target, const ScriptValue& name, const ScriptVal
 
 }  // namespace
 
-CreatorUIHandler::CreatorUIHandler(CreatorUIStore& store) : creatorUIStore(store) {
+CreatorUIHandler::CreatorUIHandler(CreatorUIStore& store)
+    : ScriptHandler("_creatorUI"), creatorUIStore(store) {
   CreatorUIStore* ui = &store;
   exports_.add("openScreen", [ui](ScriptValue node) { ui->openScreen(node); })
       .add("closeScreen", [ui] { ui->closeScreen(); })
@@ -226,6 +225,10 @@ CreatorUIHandler::CreatorUIHandler(CreatorUIStore& store) : creatorUIStore(store
       .add("command", [](ScriptValue target, ScriptValue name, ScriptValue argument, ScriptValue) {
         command(target, name, argument);
       });
+}
+
+void CreatorUIHandler::release(const ScriptContext& context) {
+  creatorUIStore.releaseInputCallbacks(context);
 }
 
 }  // namespace talvero

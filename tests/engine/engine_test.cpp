@@ -3,7 +3,7 @@
 #include <thread>
 
 #include "platform/dispatch/main_queue.h"
-#include "runtime/engine.h"
+#include "engine/engine.h"
 #include "runtime/log.h"
 #include "test_support.h"
 
@@ -41,17 +41,6 @@ TEST_F(EngineTest, EveryContextHasTheGlobalsOfTheRuntime) {
             "object,object,object,object,object,function,function,function,function,function,"
             "function,function,function,function");
   EXPECT_EQ(engine.creatorUtilsHandler().platform, "linux");
-}
-
-TEST_F(EngineTest, UtilitiesListTheirOperationsInTheirTableOrder) {
-  engine.run("record(Object.keys(_creatorUtils).join())");
-  ASSERT_EQ(records.size(), 1u);
-  EXPECT_EQ(records[0],
-            "language,platform,pixelRatio,setPreciseTouch,fetch,fetchToJson,fetchToText,"
-            "disposeFetch,fetchLocal,fetchSlice,openFilePicker,run,animate,stopAnimation,"
-            "pauseAnimation,resumeAnimation,openAppSettings,openUrl,inputKey,websocketOpen,"
-            "websocketSend,websocketClose,localStorageSetStorage,localStorageSetValue,"
-            "localStorageGetValue,localStorageRemoveValue,shareMedia");
 }
 
 TEST_F(EngineTest, ConsoleOfEachContextIsItsOwn) {

@@ -6,30 +6,9 @@
 #include <string_view>
 #include <vector>
 
+#include "style_core/style_core.h"
+
 namespace talvero {
-
-// The forms shared by the core and the view side.
-struct CUIGradientStop {
-  uint32_t rgba = 0;   // 0xRRGGBBAA
-  float position = 0;  // 0 to 1
-};
-
-struct CUIGradient {
-  float angle = 0;    // degrees in [0, 360); linear only
-  uint32_t kind = 0;  // 0 linear, 1 radial
-  uint32_t stopCount = 0;
-  const CUIGradientStop* stops = nullptr;  // owned by the cache
-  // From here on all 0 for a linear gradient, cx and cy included.
-  uint32_t shape = 0;  // 0 ellipse, 1 circle
-  uint32_t extent =
-      0;  // 0 farthest-corner, 1 closest-side, 2 closest-corner, 3 farthest-side, 4 explicit
-  float cx = 0;
-  float cy = 0;
-  float rx = 0;
-  float ry = 0;
-  uint32_t rUnitX = 0;  // 0 points, 1 fraction of the box
-  uint32_t rUnitY = 0;
-};
 
 struct GradientParseResult {
   bool ok = false;
@@ -38,11 +17,6 @@ struct GradientParseResult {
   CUIGradient gradient;  // without its stops pointer
   std::vector<CUIGradientStop> stops;
 };
-
-// The first gradient of the cached entry for this string (trimmed, keyed by its hash), or
-// null when the entry failed; `count` receives the number of gradients. Parses once per
-// distinct string; entries are never evicted. A null value reads as the empty string.
-const CUIGradient* getOrParseGradients(const char* value, uint32_t* count);
 
 // One gradient: "linear-gradient(...)" or "radial-gradient(...)"; failures carry a message
 // and the byte position it applies to.

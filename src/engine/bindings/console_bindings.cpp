@@ -1,4 +1,4 @@
-#include "runtime/handlers/console_handler.h"
+#include "engine/bindings/console_bindings.h"
 
 #include "runtime/log.h"
 
@@ -12,7 +12,7 @@ void printLine(const ScriptValue& value) {
 
 }  // namespace
 
-ConsoleHandler::ConsoleHandler() {
+ConsoleHandler::ConsoleHandler() : ScriptHandler("console") {
   exports_.add("log", &printLine).add("info", &printLine).add("error", &printLine);
 }
 
