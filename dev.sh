@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # One entry for newcomers and CI: installs what is missing, builds, then runs.
 #   ./dev.sh run    the desktop host with its bundled launcher (needs an X11 display)
-#   ./dev.sh test   every test (CTest)
+#   ./dev.sh test   every test (CTest; TALVERO_TEST_JOBS=N runs N at once, default one per core)
 #   ./dev.sh bench  the benchmarks
 #   ./dev.sh sanitize  every test, built with AddressSanitizer and UBSan (in build-sanitize/)
 set -euo pipefail
@@ -35,7 +35,10 @@ case "$command" in
     [[ ${#headless[@]} -eq 0 ]] || echo "[dev] no display: the window opens on a private Xvfb"
     exec "${headless[@]}" build/talvero
     ;;
-  test) cd build && exec "${headless[@]}" ctest --output-on-failure --timeout 300 -j"$(nproc)" ;;
+  test)
+    cd build
+    exec "${headless[@]}" ctest --output-on-failure --timeout 300 -j"${TALVERO_TEST_JOBS:-$(nproc)}"
+    ;;
   bench)
     build/talvero_bench
     build/talvero_style_bench

@@ -14,11 +14,12 @@
 #include <utility>
 #include <vector>
 
+#include "engine/bindings/creator_utils_bindings.h"
+#include "main_queue_support.h"
 #include "platform/dispatch/main_queue.h"
 #include "platform/toolkit/window.h"
 #include "runtime/buffers.h"
 #include "scratch_dir.h"
-#include "engine/bindings/creator_utils_bindings.h"
 #include "test_support.h"
 
 namespace talvero {
@@ -81,7 +82,7 @@ class SystemUtilitiesTest : public testing::ScratchDirTest {
   }
 
   void settle() {
-    dispatch::pumpUntil([] { return dispatch::pendingCount() == 0; }, 2);
+    testing::drainMainQueue();
   }
 
   std::string stdoutOf(const std::function<void()>& body) {

@@ -55,7 +55,7 @@ class NodeInputTest : public testing::UIEngineTest {
                ");");
   }
   static void settle() {
-    dispatch::pumpUntil([] { return dispatch::pendingCount() == 0; }, 2);
+    testing::drainMainQueue();
   }
 };
 

@@ -13,6 +13,7 @@
 #include "platform/toolkit/view.h"
 #include "platform/toolkit/window.h"
 #include "engine/engine.h"
+#include "main_queue_support.h"
 #include "test_support.h"
 #include "ui/ui_store.h"
 
@@ -59,7 +60,7 @@ class UITest : public ::testing::Test {
   void run(const std::string& source) { engine->run(source); }
   // Runs every block queued so far (flushes included), then what they queued in turn.
   void settle() {
-    dispatch::pumpUntil([] { return dispatch::pendingCount() == 0; }, 2);
+    drainMainQueue();
     dispatch::pumpFor(0.01);
   }
   // The host's layout pass of the current screen at the container's size.

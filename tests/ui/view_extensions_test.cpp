@@ -4,6 +4,7 @@
 
 #include "platform/toolkit/animation.h"
 #include "ui/node_animation.h"
+#include "main_queue_support.h"
 #include "ui_window_fixture.h"
 
 namespace talvero {
@@ -30,7 +31,7 @@ class ViewExtensionsTest : public testing::UIWindowTest {
   // The node animation runs its changes on the next turn of the main queue.
   void inGroup(double duration, const Transform3D& transform) {
     NodeAnimation::run(duration, 0, [this, transform] { setViewTransform(*subject, transform); });
-    dispatch::pumpUntil([] { return dispatch::pendingCount() == 0; }, 2);
+    testing::drainMainQueue();
   }
 
   double now = 50;
