@@ -25,9 +25,9 @@
 #include <thread>
 #include <vector>
 
+#include "engine/bindings/creator_utils_bindings.h"
 #include "platform/dispatch/main_queue.h"
 #include "platform/script/script_context.h"
-#include "engine/bindings/creator_utils_bindings.h"
 #include "runtime/buffers.h"
 #include "services/fetch.h"
 

@@ -10,9 +10,9 @@
 #include <map>
 #include <string>
 
+#include "engine/engine.h"
 #include "platform/script/export_table.h"
 #include "platform/script/jsc_glue.h"
-#include "engine/engine.h"
 
 namespace {
 

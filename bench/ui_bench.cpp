@@ -14,9 +14,9 @@
 #include <vector>
 
 #include "app/host_views.h"
+#include "engine/engine.h"
 #include "platform/dispatch/main_queue.h"
 #include "platform/toolkit/window.h"
-#include "engine/engine.h"
 #include "style_core/style_core.h"
 #include "ui/ui_store.h"
 #include "ui_bench_host.h"

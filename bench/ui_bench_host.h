@@ -5,8 +5,8 @@
 #include <memory>
 
 #include "app/host_views.h"
-#include "platform/toolkit/window.h"
 #include "engine/engine.h"
+#include "platform/toolkit/window.h"
 
 namespace talvero {
 

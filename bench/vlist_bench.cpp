@@ -17,9 +17,9 @@
 #include <vector>
 
 #include "app/host_views.h"
+#include "engine/engine.h"
 #include "platform/dispatch/main_queue.h"
 #include "platform/toolkit/window.h"
-#include "engine/engine.h"
 #include "ui/node_vlist.h"
 #include "ui/ui_store.h"
 #include "ui_bench_host.h"

@@ -7,9 +7,9 @@
 
 #include "app/app_launch.h"
 #include "app/host_views.h"
+#include "engine/engine.h"
 #include "platform/toolkit/view.h"
 #include "platform/toolkit/window.h"
-#include "engine/engine.h"
 
 namespace talvero {
 

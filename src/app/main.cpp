@@ -7,10 +7,10 @@
 
 #include "app/app_delegate.h"
 #include "app/command_line.h"
+#include "engine/engine.h"
 #include "platform/dispatch/main_queue.h"
 #include "platform/dispatch/timer_source.h"
 #include "platform/toolkit/window.h"
-#include "engine/engine.h"
 #include "runtime/log.h"
 
 #ifndef TALVERO_APP_BUNDLE_DIR

@@ -14,8 +14,8 @@ namespace talvero {
 namespace {
 
 constexpr const char* kScriptGlobals[] = {
-    "_creator", "_creator2d", "_creatorUI", "_creatorUtils", "_creatorCanvas", "console",
-    "setTimeout", "setInterval", "setLoop", "clearTimeout", "clearInterval", "clearLoop"};
+    "_creator",   "_creator2d",  "_creatorUI", "_creatorUtils", "_creatorCanvas", "console",
+    "setTimeout", "setInterval", "setLoop",    "clearTimeout",  "clearInterval",  "clearLoop"};
 
 std::vector<std::string> splitPath(const std::string& path) {
   std::vector<std::string> pieces;

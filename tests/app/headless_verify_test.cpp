@@ -9,8 +9,8 @@
 
 #include "app/app_launch.h"
 #include "app/host_views.h"
-#include "platform/toolkit/window.h"
 #include "engine/engine.h"
+#include "platform/toolkit/window.h"
 #include "scratch_dir.h"
 #include "ui/ui_store.h"
 

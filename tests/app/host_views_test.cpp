@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
+#include "engine/engine.h"
 #include "platform/dispatch/main_queue.h"
 #include "platform/toolkit/animation.h"
 #include "platform/toolkit/window.h"
-#include "engine/engine.h"
 #include "ui/toast_view.h"
 #include "ui/ui_store.h"
 

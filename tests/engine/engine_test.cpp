@@ -2,8 +2,8 @@
 
 #include <thread>
 
-#include "platform/dispatch/main_queue.h"
 #include "engine/engine.h"
+#include "platform/dispatch/main_queue.h"
 #include "runtime/log.h"
 #include "test_support.h"
 

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
+#include "engine/engine.h"
 #include "platform/dispatch/main_queue.h"
 #include "runtime/animation_manager.h"
-#include "engine/engine.h"
 #include "runtime/timer_manager.h"
 #include "test_support.h"
 

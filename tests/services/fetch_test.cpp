@@ -5,11 +5,11 @@
 #include <regex>
 #include <string>
 
+#include "engine/bindings/creator_utils_bindings.h"
 #include "net/http_test_server.h"
 #include "platform/dispatch/main_queue.h"
 #include "runtime/buffers.h"
 #include "services/user_agent.h"
-#include "engine/bindings/creator_utils_bindings.h"
 #include "test_support.h"
 
 namespace talvero {

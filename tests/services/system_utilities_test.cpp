@@ -81,9 +81,7 @@ class SystemUtilitiesTest : public testing::ScratchDirTest {
     ScratchDirTest::TearDown();
   }
 
-  void settle() {
-    testing::drainMainQueue();
-  }
+  void settle() { testing::drainMainQueue(); }
 
   std::string stdoutOf(const std::function<void()>& body) {
     ::testing::internal::CaptureStdout();

@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/dispatch/main_queue.h"
 #include "engine/bindings/creator_utils_bindings.h"
+#include "platform/dispatch/main_queue.h"
 #include "test_support.h"
 
 namespace talvero {

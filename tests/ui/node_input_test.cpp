@@ -54,9 +54,7 @@ class NodeInputTest : public testing::UIEngineTest {
     engine.run("_creatorUI." + operation + "(" + child(index) + "._id, '" + key + "', " + value +
                ");");
   }
-  static void settle() {
-    testing::drainMainQueue();
-  }
+  static void settle() { testing::drainMainQueue(); }
 };
 
 TEST_F(NodeInputTest, MeasuresFromTheFontAloneNeverFromTheText) {

@@ -4,11 +4,11 @@
 #include <string>
 #include <vector>
 
+#include "engine/engine.h"
 #include "platform/dispatch/main_queue.h"
 #include "platform/toolkit/image_view.h"
 #include "platform/toolkit/snapshot.h"
 #include "platform/toolkit/window.h"
-#include "engine/engine.h"
 #include "style_core/style_core.h"
 #include "ui/capabilities.h"
 #include "ui/decoration.h"

@@ -9,11 +9,11 @@
 #include <string>
 #include <vector>
 
+#include "engine/engine.h"
+#include "main_queue_support.h"
 #include "platform/dispatch/main_queue.h"
 #include "platform/toolkit/view.h"
 #include "platform/toolkit/window.h"
-#include "engine/engine.h"
-#include "main_queue_support.h"
 #include "test_support.h"
 #include "ui/ui_store.h"
 

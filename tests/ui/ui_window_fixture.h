@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "engine/engine.h"
 #include "platform/dispatch/main_queue.h"
 #include "platform/toolkit/window.h"
-#include "engine/engine.h"
 #include "ui/ui_screen.h"
 #include "ui/ui_store.h"
 

@@ -2,9 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include "main_queue_support.h"
 #include "platform/toolkit/animation.h"
 #include "ui/node_animation.h"
-#include "main_queue_support.h"
 #include "ui_window_fixture.h"
 
 namespace talvero {

@@ -4,8 +4,8 @@
 
 namespace talvero {
 
-// `_creatorCanvas`, the script's door to canvases and SVG. The object exists in every context from the
-// engine's construction and gains its rows, in table order, when its subsystem lands.
+// `_creatorCanvas`, the script's door to canvases and SVG. The object exists in every context from
+// the engine's construction and gains its rows, in table order, when its subsystem lands.
 class CreatorCanvasHandler : public ScriptHandler {
  public:
   CreatorCanvasHandler() : ScriptHandler("_creatorCanvas") {}

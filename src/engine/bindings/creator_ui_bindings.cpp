@@ -1,19 +1,13 @@
 #include "engine/bindings/creator_ui_bindings.h"
 
-#include <cmath>
-#include <functional>
-#include <limits>
 #include <optional>
 #include <string>
-#include <utility>
 
-#include "platform/dispatch/main_queue.h"
 #include "style_core/style_core.h"
-#include "ui/capabilities.h"
 #include "ui/font_manager.h"
 #include "ui/node_animation.h"
+#include "ui/node_operations.h"
 #include "ui/node_vlist.h"
-#include "ui/style_dispatch.h"
 #include "ui/ui_store.h"
 #include "ui/vlist_bridge.h"
 
@@ -21,106 +15,10 @@ namespace talvero {
 
 namespace {
 
-// The node and the screen of an id; both null when the id names nothing.
-struct FoundNode {
-  NodeProtocol* node = nullptr;
-  std::shared_ptr<UIScreen> screen;
-};
-
-FoundNode findNode(uint64_t id) {
-  if (id == 0) return {};
-  std::shared_ptr<UIScreen> screen = CreatorUIStore::getNodeScreen(id);
-  NodeProtocol* node = screen ? screen->node(id) : nullptr;
-  return node ? FoundNode{node, std::move(screen)} : FoundNode{};
-}
-
-void updateStyle(uint64_t id, const std::string& key, const ScriptValue& value) {
-  const FoundNode found = findNode(id);
-  if (!found.node) return;
-  if (value.isNumber() || value.isString()) {
-    applyStyle(kDefaultLayer, found.node->nodePtr(), key, value.toNative());
-  } else if (value.isBoolean()) {
-    applyStyle(kDefaultLayer, found.node->nodePtr(), key, value.toBool() ? 1.0 : 0.0);
-  }
-  found.screen->scheduleFlush();
-}
-
-void mergeStyle(uint64_t id, const ScriptValue& object) {
-  const FoundNode found = findNode(id);
-  if (!found.node || !object.isObject()) return;
-  for (const auto& [key, value] : object.toDictionary()) {
-    applyStyle(kDefaultLayer, found.node->nodePtr(), key, value);
-  }
-  found.screen->scheduleFlush();
-}
-
-void setClass(uint64_t id, const std::string& name, bool enabled) {
-  NodeProtocol* node = CreatorUIStore::getNode(id);
-  if (!node) return;
-  YGNodeRef nodePtr = node->nodePtr();
-  const LayerId layer = getLayer(nodePtr, ("$" + name).c_str());
-  auto change = [id, nodePtr, layer, enabled] {
-    // The node may have gone by the time an animated change runs.
-    if (!CreatorUIStore::getNode(id)) return;
-    if (enabled) {
-      enableNodeLayer(nodePtr, layer);
-    } else {
-      disableNodeLayer(nodePtr, layer);
-    }
-    if (auto screen = CreatorUIStore::getNodeScreen(id)) screen->scheduleFlush();
-  };
-  runNodeTransition(*node, change);
-}
-
-void updateNode(uint64_t id, const std::string& key, const ScriptValue& value) {
-  // Always a later turn, so a script reading the view in the same turn sees the old content.
-  dispatch::post([id, key, value] {
-    if (NodeProtocol* node = CreatorUIStore::getNode(id)) node->updateNode(key, value);
-  });
-}
-
-void setContent(uint64_t id, const ScriptValue& oldChildren, const ScriptValue& newChildren) {
-  const FoundNode found = findNode(id);
-  if (!found.node) return;
-  found.screen->removeAllChildren(found.node->nodePtr(), oldChildren);
-  found.screen->addNodesToParent(*found.node, newChildren, false);
-}
-
 // Animation options are a plain object; any other value names no animation.
 std::optional<NativeValue::Dict> animationOptions(const ScriptValue& options) {
   if (!options.isObject() || options.isArray()) return std::nullopt;
   return options.toDictionary();
-}
-
-// Work on the virtual list named by a script object, at once on the main thread, else queued
-// to it; nothing when the object names no list.
-void withList(const ScriptValue& list, std::function<void(NodeVList&)> work) {
-  auto run = [list, work = std::move(work)] {
-    if (const std::shared_ptr<NodeVList> node = findVList(list)) work(*node);
-  };
-  if (dispatch::isMainThread()) {
-    run();
-  } else {
-    dispatch::post(std::move(run));
-  }
-}
-
-// The scroll commands of a list: "scrollTo" an offset, "scrollToKey" the top of an item,
-// "scrollToEnd" the content height. An unknown key or name does nothing.
-void command(const ScriptValue& target, const ScriptValue& name, const ScriptValue& argument) {
-  const std::optional<std::string> command = name.toStringIfAny();
-  if (!command) return;
-  withList(target, [command = *command, argument](NodeVList& list) {
-    double offset = std::numeric_limits<double>::quiet_NaN();
-    if (command == "scrollTo") {
-      offset = argument.toDouble();
-    } else if (command == "scrollToKey") {
-      if (auto key = argument.toStringIfAny()) offset = vlistOffsetOf(list.nodePtr(), key->c_str());
-    } else if (command == "scrollToEnd") {
-      offset = getContentHeight(list.nodePtr());
-    }
-    if (!std::isnan(offset)) list.scrollTo(offset);
-  });
 }
 
 }  // namespace
@@ -166,16 +64,9 @@ CreatorUIHandler::CreatorUIHandler(CreatorUIStore& store)
       .add("isButtonPressed", [ui](uint64_t id) { return ui->pressedButtons.count(id) > 0; })
       .add("getTextValue",
            [](uint64_t id) { return CreatorUIStore::getTextValue(id).value_or(""); })
-      .add("insertNode",
-           [](int64_t index, uint64_t parent, ScriptValue node) {
-             const FoundNode found = findNode(parent);
-             if (found.node) found.screen->insertNode(index, found.node->nodePtr(), node);
-           })
-      .add("removeNode",
-           [](uint64_t parent, ScriptValue node) {
-             const FoundNode found = findNode(parent);
-             if (found.node) found.screen->removeNode(found.node->nodePtr(), node);
-           })
+      .add("insertNode", [](int64_t index, uint64_t parent,
+                            ScriptValue node) { insertChildNode(parent, index, node); })
+      .add("removeNode", [](uint64_t parent, ScriptValue node) { removeChildNode(parent, node); })
       .add("setContent", &setContent)
       .add("animateFrom",
            [](uint64_t id, ScriptValue options) {
@@ -223,7 +114,7 @@ CreatorUIHandler::CreatorUIHandler(CreatorUIStore& store)
              });
            })
       .add("command", [](ScriptValue target, ScriptValue name, ScriptValue argument, ScriptValue) {
-        command(target, name, argument);
+        listCommand(target, name, argument);
       });
 }
 

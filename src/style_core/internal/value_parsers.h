@@ -17,8 +17,7 @@ bool tryParseColor(const char* value, uint32_t& out);
 // The digits of a hex colour: 3 or 4 digits, one per channel times 17 (a non-hex character
 // counts as 0); 6 or 8 digits, two per channel through strtoul. Alpha 255 unless 4 or 8.
 // Any other count is refused.
-bool parseHexBody(const char* digits, size_t count, uint8_t& r, uint8_t& g, uint8_t& b,
-                  uint8_t& a);
+bool parseHexBody(const char* digits, size_t count, uint8_t& r, uint8_t& g, uint8_t& b, uint8_t& a);
 
 // A length in points: px, vw, vh, em, vmin, vmax, the safe-area keywords, calc(), min(),
 // max(), clamp(). A bare number is no length. Numbers are read with atof, which reads on

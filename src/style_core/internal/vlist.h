@@ -27,7 +27,7 @@ struct VListState {
   std::unordered_map<std::string, size_t> keyIndex;
   std::unordered_map<std::string, float> heights;  // measured; survive vlistSetKeys
   std::vector<float> offsets;  // items + 1 entries: top of each item, then the total
-  size_t validCount = 0;  // leading items whose offset is trusted
+  size_t validCount = 0;       // leading items whose offset is trusted
   std::unordered_map<std::string, YGNodeRef> mounted;  // key to the item's own root
   float scrollTop = 0;
   float width = 0;
@@ -35,7 +35,7 @@ struct VListState {
   float overscan = -1;  // negative: one viewport height
   bool inverted = false;
   float startThreshold = 0;  // 0: no start event
-  float endThreshold = 0;  // 0: no end event
+  float endThreshold = 0;    // 0: no end event
   bool atEnd = true;
   bool endFired = false;
   bool startFired = false;
