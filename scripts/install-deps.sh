@@ -19,6 +19,8 @@ packages=(
   libsoup-3.0-dev glib-networking curl
   # headless display for GUI tests, and fonts to draw with there
   xvfb xauth fonts-dejavu-core
+  # 3D: Filament with its material compiler, image decoding, and GL probing through X11
+  libfilament-dev libfilament-tools libstb-dev libepoxy-dev libx11-dev
   # fuzzing: clang with its libFuzzer and sanitizer runtimes
   clang libclang-rt-14-dev
 )

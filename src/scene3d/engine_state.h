@@ -1,0 +1,37 @@
+#pragma once
+
+#include <filament/Engine.h>
+#include <filament/Renderer.h>
+#include <filament/SwapChain.h>
+#include <utils/NameComponentManager.h>
+
+#include <cstdint>
+#include <memory>
+
+#include "scene3d/frame_loop.h"
+
+namespace talvero::scene3d {
+
+struct SceneStruct;
+
+// The process-wide state of the 3D layer; only its own files see it.
+struct EngineState {
+  filament::Engine* engine = nullptr;
+  std::unique_ptr<utils::NameComponentManager> ncm;
+  filament::Renderer* renderer = nullptr;
+  filament::SwapChain* swapChain = nullptr;
+  SceneStruct* currentScene = nullptr;
+  int64_t lastTime = 0;
+  uint32_t currentViewportWidth = 0;
+  uint32_t currentViewportHeight = 0;
+  float densityX = 1;
+  float densityY = 1;
+  float lastPerspScale = 0;
+  bool postProcessing = true;
+  UpdateFunction earlyUpdate;
+  UpdateFunction lateUpdate;
+};
+
+EngineState& state();
+
+}  // namespace talvero::scene3d

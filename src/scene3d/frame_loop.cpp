@@ -1,0 +1,199 @@
+#include "scene3d/frame_loop.h"
+
+#include <backend/PixelBufferDescriptor.h>
+#include <filament/Camera.h>
+#include <filament/Fence.h>
+#include <filament/View.h>
+#include <filament/Viewport.h>
+#include <utils/EntityManager.h>
+
+#include <cmath>
+#include <cstdio>
+
+#include "platform/gpu/gl_probe.h"
+#include "runtime/log.h"
+#include "scene3d/engine_state.h"
+#include "scene3d/glb/glb_assets.h"
+#include "scene3d/materials.h"
+#include "scene3d/particles/particles.h"
+#include "scene3d/physics/physics_world.h"
+#include "scene3d/scene_struct.h"
+
+namespace talvero::scene3d {
+
+namespace {
+
+constexpr float kLongestFrame = 0.05f;
+constexpr double kFieldOfView = 60;
+constexpr float kPerspectiveScaleStep = 20;
+
+float frameSeconds(int64_t timeMs) {
+  EngineState& s = state();
+  if (s.lastTime == 0) return 0;
+  return static_cast<float>(timeMs - s.lastTime) / 1000.0f;
+}
+
+}  // namespace
+
+EngineState& state() {
+  static EngineState engineState;
+  return engineState;
+}
+
+void init() {
+  EngineState& s = state();
+  if (s.engine) destroyEngine();
+  // The renderer ends the process when the display does not open or offers no GLX.
+  const gpu::GLProbe& probe = gpu::probeGL();
+  if (probe.displayOpens && probe.hasGlx) s.engine = filament::Engine::create();
+  if (!s.engine) {
+    logLine("[creator-gl] ERROR: Filament Engine creation failed (GPU/driver unavailable)");
+    return;
+  }
+  // The renderer's post-processing misdraws colours on software rasterizers, and the
+  // settings that fix it cost ten times the frame; those draw linear colour without it.
+  s.postProcessing = !probe.isSoftware;
+  if (probe.isSoftware) logLine("[creator-gl] software rasterizer: post-processing off");
+  s.ncm = std::make_unique<utils::NameComponentManager>(utils::EntityManager::get());
+  physicsInit();
+}
+
+void destroyEngine() {
+  EngineState& s = state();
+  if (!s.engine) return;
+  physicsShutdown();
+  destroySwapChain();
+  destroyScenes();
+  destroyGlbResources();
+  destroyMaterialTables();
+  s.ncm.reset();
+  filament::Engine::destroy(&s.engine);
+  s.engine = nullptr;
+  s.lastPerspScale = 0;
+}
+
+bool hasEngine() {
+  return state().engine != nullptr;
+}
+
+const char* backendName() {
+  if (!state().engine) return "none";
+  switch (state().engine->getBackend()) {
+    case filament::backend::Backend::OPENGL:
+      return "OpenGL (Filament)";
+    case filament::backend::Backend::VULKAN:
+      return "Vulkan (Filament)";
+    default:
+      return "Filament";
+  }
+}
+
+void createSwapChainHeadless(uint32_t width, uint32_t height) {
+  EngineState& s = state();
+  if (!s.engine) return;
+  destroySwapChain();
+  s.swapChain = s.engine->createSwapChain(width, height, 0);
+  s.renderer = s.engine->createRenderer();
+  s.renderer->setClearOptions({.clearColor = {0, 0, 0, 0}, .clear = true, .discard = true});
+}
+
+void destroySwapChain() {
+  EngineState& s = state();
+  if (!s.engine) return;
+  if (s.swapChain) s.engine->destroy(s.swapChain);
+  if (s.renderer) s.engine->destroy(s.renderer);
+  s.swapChain = nullptr;
+  s.renderer = nullptr;
+}
+
+bool beginFrame() {
+  EngineState& s = state();
+  return s.renderer && s.swapChain && s.renderer->beginFrame(s.swapChain, 0);
+}
+
+void setUpdateFuncs(UpdateFunction early, UpdateFunction late) {
+  state().earlyUpdate = std::move(early);
+  state().lateUpdate = std::move(late);
+}
+
+void render(int64_t timeMs) {
+  EngineState& s = state();
+  if (!s.currentScene) {
+    // Nothing moves and nothing is drawn, but the frame begun must still end.
+    if (s.renderer) s.renderer->endFrame();
+    return;
+  }
+  float dt = frameSeconds(timeMs);
+  if (dt > kLongestFrame) dt = kLongestFrame;
+  s.lastTime = timeMs;
+  if (s.earlyUpdate) s.earlyUpdate(dt);
+  physicsStep(dt);
+  physicsSyncForRender();
+  applyGlbAnimations(dt);
+  updateParticles(dt);
+  if (s.lateUpdate) s.lateUpdate(dt);
+  // An update function may have closed the scene or replaced the engine.
+  if (s.currentScene && s.renderer) s.renderer->render(s.currentScene->view);
+  if (s.renderer) s.renderer->endFrame();
+}
+
+void render_to_offscreen(int64_t timeMs, uint8_t* rgba) {
+  EngineState& s = state();
+  if (!s.renderer) return;
+  if (!s.currentScene) {
+    s.renderer->endFrame();
+    return;
+  }
+  if (s.lastTime != 0) applyGlbAnimations(static_cast<float>(timeMs - s.lastTime) / 1000.0f);
+  s.lastTime = timeMs;
+  const filament::Viewport& viewport = s.currentScene->view->getViewport();
+  s.renderer->render(s.currentScene->view);
+  bool delivered = false;
+  s.renderer->readPixels(
+      0, 0, viewport.width, viewport.height,
+      filament::backend::PixelBufferDescriptor(
+          rgba, size_t(viewport.width) * viewport.height * 4,
+          filament::backend::PixelDataFormat::RGBA, filament::backend::PixelDataType::UBYTE,
+          [](void*, size_t, void* user) { *static_cast<bool*>(user) = true; }, &delivered));
+  s.renderer->endFrame();
+  // The pixels come back through the driver's queue; flushing until they do keeps the
+  // buffer the caller's once this returns.
+  for (int attempt = 0; attempt < 100 && !delivered; ++attempt) s.engine->flushAndWait();
+}
+
+void setViewport(uint32_t width, uint32_t height) {
+  EngineState& s = state();
+  s.currentViewportWidth = width;
+  s.currentViewportHeight = height;
+  SceneStruct* scene = s.currentScene;
+  if (!scene || !scene->camera) return;
+  scene->view->setViewport({0, 0, width, height});
+  const double aspect = height > 0 ? double(width) / height : 1.0;
+  scene->camera->setProjection(kFieldOfView, aspect, 0.01, 100,
+                               filament::Camera::Fov::VERTICAL);
+  const double fov = scene->camera->getFieldOfViewInDegrees(filament::Camera::Fov::VERTICAL);
+  const auto scale = static_cast<float>(height / (2 * std::tan(fov / 180 * M_PI * 0.5)));
+  if (std::fabs(scale - s.lastPerspScale) < kPerspectiveScaleStep) return;
+  s.lastPerspScale = scale;
+  setMaterialGlobal3(scale);
+}
+
+void setDensityGL(float x, float y) {
+  state().densityX = x;
+  state().densityY = y;
+}
+
+int64_t lastFrameTime() {
+  return state().lastTime;
+}
+uint32_t viewportWidth() {
+  return state().currentViewportWidth;
+}
+uint32_t viewportHeight() {
+  return state().currentViewportHeight;
+}
+float perspectiveScale() {
+  return state().lastPerspScale;
+}
+
+}  // namespace talvero::scene3d

@@ -1,0 +1,88 @@
+#include "scene3d/frame_loop.h"
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <vector>
+
+#include "scene3d_test_support.h"
+
+namespace talvero::scene3d {
+namespace {
+
+using testing::Scene3DTest;
+
+// Runs one frame of the loop at `timeMs`; a frame the renderer skips while the GPU catches up
+// is asked for again.
+void frame(int64_t timeMs) {
+  ASSERT_TRUE(testing::whenFrameBegins([timeMs] { render(timeMs); }));
+}
+
+TEST_F(Scene3DTest, FirstFrameHasNoTimeAndALateOneIsClampedAndEarlyRunsBeforeLate) {
+  std::vector<std::pair<char, float>> calls;
+  setUpdateFuncs([&](float dt) { calls.emplace_back('e', dt); },
+                 [&](float dt) { calls.emplace_back('l', dt); });
+  frame(1000);
+  frame(1016);
+  frame(3016);
+  ASSERT_EQ(calls.size(), 6u);
+  EXPECT_EQ(calls[0], std::make_pair('e', 0.0f));
+  EXPECT_EQ(calls[1], std::make_pair('l', 0.0f));
+  EXPECT_FLOAT_EQ(calls[2].second, 0.016f);
+  EXPECT_FLOAT_EQ(calls[4].second, 0.05f);
+  EXPECT_EQ(lastFrameTime(), 3016);
+}
+
+TEST_F(Scene3DTest, ClosedSceneKeepsTheClockAndTheNextSceneStartsClamped) {
+  std::vector<float> steps;
+  setUpdateFuncs([&](float dt) { steps.push_back(dt); }, nullptr);
+  frame(1000);
+  closeScene();
+  frame(5000);
+  EXPECT_EQ(lastFrameTime(), 1000);
+  openScene(scene);
+  frame(6000);
+  EXPECT_EQ(steps, (std::vector<float>{0.0f, 0.05f}));
+}
+
+TEST_F(Scene3DTest, AnUpdateFunctionMayCloseTheSceneOrEndTheEngine) {
+  setUpdateFuncs([](float) { closeScene(); }, nullptr);
+  frame(1000);
+  EXPECT_EQ(openSceneId(), -1);
+  openScene(scene);
+  setUpdateFuncs([](float) { destroyEngine(); }, nullptr);
+  frame(1016);
+  EXPECT_FALSE(hasEngine());
+}
+
+TEST_F(Scene3DTest, PerspectiveScaleMovesOnlyInStepsOfTwenty) {
+  setViewport(100, 100);  // 100 / (2 tan 30°) = 86.6
+  const float first = perspectiveScale();
+  EXPECT_NEAR(first, 86.6f, 0.01f);
+  setViewport(100, 121);  // 104.8: 18.2 away
+  EXPECT_EQ(perspectiveScale(), first);
+  setViewport(100, 124);  // 107.4: 20.8 away
+  EXPECT_NEAR(perspectiveScale(), 107.39f, 0.01f);
+}
+
+TEST_F(Scene3DTest, AnUnlitSquareDrawsItsColourInLinearLightOverAClearBackground) {
+  square(-2, 0xFF0000FF);
+  const std::vector<uint8_t> pixels = draw();
+  EXPECT_EQ(pixelAt(pixels, 32, 32), (std::vector<int>{255, 0, 0, 255}));
+  EXPECT_EQ(pixelAt(pixels, 1, 1), (std::vector<int>{0, 0, 0, 255}));  // cleared, opaque
+}
+
+TEST(Scene3DEngine, WithoutADisplayThereIsOneErrorLineAndNoEngine) {
+  unsetenv("DISPLAY");
+  ::testing::internal::CaptureStdout();
+  init();
+  EXPECT_EQ(::testing::internal::GetCapturedStdout(),
+            "[creator-gl] ERROR: Filament Engine creation failed (GPU/driver unavailable)\n");
+  EXPECT_FALSE(hasEngine());
+  EXPECT_STREQ(backendName(), "none");
+  EXPECT_EQ(createScene(), -1);
+  EXPECT_EQ(createEntity(), 0u);
+}
+
+}  // namespace
+}  // namespace talvero::scene3d
