@@ -7,9 +7,10 @@
 set -euo pipefail
 cd "$(dirname "$0")"
 
-# GUI tests need an X server: a private Xvfb when there is no display.
+# GUI tests need an X server: a private Xvfb when there is no display. It must not reset when
+# its last client leaves, or a test that connects during the reset finds no display.
 headless=()
-[[ -n ${DISPLAY:-} ]] || headless=(xvfb-run -a -s "-screen 0 1280x1024x24")
+[[ -n ${DISPLAY:-} ]] || headless=(xvfb-run -a -s "-screen 0 1280x1024x24 -noreset")
 
 command=${1:-run}
 case "$command" in run | test | bench | sanitize) ;; *)

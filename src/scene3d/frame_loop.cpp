@@ -17,6 +17,7 @@
 #include "scene3d/materials.h"
 #include "scene3d/particles/particles.h"
 #include "scene3d/physics/physics_world.h"
+#include "scene3d/report.h"
 #include "scene3d/scene_struct.h"
 
 namespace talvero::scene3d {
@@ -55,6 +56,7 @@ void init() {
   s.postProcessing = !probe.isSoftware;
   if (probe.isSoftware) logLine("[creator-gl] software rasterizer: post-processing off");
   s.ncm = std::make_unique<utils::NameComponentManager>(utils::EntityManager::get());
+  resetReports();
   physicsInit();
 }
 
@@ -169,8 +171,7 @@ void setViewport(uint32_t width, uint32_t height) {
   if (!scene || !scene->camera) return;
   scene->view->setViewport({0, 0, width, height});
   const double aspect = height > 0 ? double(width) / height : 1.0;
-  scene->camera->setProjection(kFieldOfView, aspect, 0.01, 100,
-                               filament::Camera::Fov::VERTICAL);
+  scene->camera->setProjection(kFieldOfView, aspect, 0.01, 100, filament::Camera::Fov::VERTICAL);
   const double fov = scene->camera->getFieldOfViewInDegrees(filament::Camera::Fov::VERTICAL);
   const auto scale = static_cast<float>(height / (2 * std::tan(fov / 180 * M_PI * 0.5)));
   if (std::fabs(scale - s.lastPerspScale) < kPerspectiveScaleStep) return;

@@ -43,8 +43,8 @@ std::string checkMaterialPackage(const uint8_t* data, size_t size) {
   filaflat::MaterialChunk shaders(container);
   if (!shaders.readIndex(ChunkType::MaterialGlsl)) return "unreadable shader index";
   const auto model = static_cast<uint8_t>(filament::backend::ShaderModel::GL_CORE_41);
-  for (const auto stage : {filament::backend::ShaderType::VERTEX,
-                           filament::backend::ShaderType::FRAGMENT}) {
+  for (const auto stage :
+       {filament::backend::ShaderType::VERTEX, filament::backend::ShaderType::FRAGMENT}) {
     filaflat::ShaderBuilder builder;
     if (!shaders.getShader(builder, dictionary, model, 0, static_cast<uint8_t>(stage))) {
       return "no desktop shaders";

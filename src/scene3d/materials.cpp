@@ -17,7 +17,6 @@
 #include <cfloat>
 #include <cstring>
 #include <optional>
-#include <set>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -25,6 +24,7 @@
 #include "runtime/log.h"
 #include "scene3d/engine_state.h"
 #include "scene3d/material_package.h"
+#include "scene3d/report.h"
 
 namespace talvero::scene3d {
 
@@ -57,8 +57,6 @@ struct Tables {
   filament::Texture* dummyTexture = nullptr;
   std::unordered_map<uint32_t, MeshBuffers> meshes;
   std::optional<float> global3;
-  // Rows and ids already reported, so a script repeating a mistake each frame logs it once.
-  std::set<std::pair<std::string, int64_t>> reported;
 };
 
 Tables& tables() {
@@ -66,13 +64,8 @@ Tables& tables() {
   return t;
 }
 
-void reportOnce(const std::string& row, int64_t id, const std::string& text) {
-  if (tables().reported.emplace(row, id).second) logLine("[creator-gl] " + row + ": " + text);
-}
-
 MaterialInstance* instanceAt(const char* row, int64_t handle) {
-  if (!state().engine || handle < 0 ||
-      handle >= static_cast<int64_t>(tables().instances.size())) {
+  if (!state().engine || handle < 0 || handle >= static_cast<int64_t>(tables().instances.size())) {
     reportOnce(row, handle, "unknown material instance " + std::to_string(handle));
     return nullptr;
   }
@@ -109,8 +102,7 @@ filament::Texture* dummyTexture() {
   static const uint8_t white[4] = {0xFF, 0xFF, 0xFF, 0xFF};
   t.dummyTexture->setImage(
       engine, 0,
-      filament::Texture::PixelBufferDescriptor(white, sizeof white,
-                                               filament::Texture::Format::RGBA,
+      filament::Texture::PixelBufferDescriptor(white, sizeof white, filament::Texture::Format::RGBA,
                                                filament::Texture::Type::UBYTE));
   return t.dummyTexture;
 }
@@ -173,7 +165,8 @@ int64_t createMaterialInstance(int64_t material) {
   std::vector<Material::ParameterInfo> parameters(source.getParameterCount());
   source.getParameters(parameters.data(), parameters.size());
   for (const auto& parameter : parameters) {
-    if (parameter.isSampler && parameter.samplerType == filament::backend::SamplerType::SAMPLER_2D) {
+    if (parameter.isSampler &&
+        parameter.samplerType == filament::backend::SamplerType::SAMPLER_2D) {
       instance->setParameter(parameter.name, dummyTexture(), filament::TextureSampler());
     }
   }
@@ -188,8 +181,8 @@ size_t materialInstanceCount() {
 
 void setUniformRgb(int64_t handle, const std::string& name, uint32_t rgb) {
   MaterialInstance* instance = instanceAt("setUniformRgb", handle);
-  if (!instance ||
-      !hasParameter("setUniformRgb", handle, *instance, name, filament::backend::UniformType::FLOAT3)) {
+  if (!instance || !hasParameter("setUniformRgb", handle, *instance, name,
+                                 filament::backend::UniformType::FLOAT3)) {
     return;
   }
   const float3 colour{((rgb >> 16) & 0xFF) / 255.0f, ((rgb >> 8) & 0xFF) / 255.0f,
@@ -316,8 +309,8 @@ bool createMesh(uint32_t entity, int64_t handle, const float* positions, size_t 
 
 bool hasMesh(uint32_t entity) {
   filament::Engine* engine = state().engine;
-  return engine &&
-         engine->getRenderableManager().hasComponent(utils::Entity::import(static_cast<int>(entity)));
+  return engine && engine->getRenderableManager().hasComponent(
+                       utils::Entity::import(static_cast<int>(entity)));
 }
 
 void destroyMaterialTables() {

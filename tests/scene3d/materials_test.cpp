@@ -54,8 +54,8 @@ TEST_F(Scene3DTest, MeshesRefuseArraysThatDoNotFitAndKeepTheEntityAsItWas) {
   const std::string log = logOf([&] {
     EXPECT_FALSE(createMesh(entity, instance, positions, 8, normals, 9, outOfRange, 3, uvs, 6, 0));
     EXPECT_FALSE(createMesh(entity, instance, positions, 9, normals, 6, outOfRange, 3, uvs, 6, 0));
-    EXPECT_FALSE(createMesh(0x7FFFFFFF, instance, positions, 9, normals, 9, outOfRange, 3, uvs,
-                            6, 0));
+    EXPECT_FALSE(
+        createMesh(0x7FFFFFFF, instance, positions, 9, normals, 9, outOfRange, 3, uvs, 6, 0));
   });
   EXPECT_NE(log.find("[creator-gl] setMesh: positions must be 3 floats a vertex"),
             std::string::npos);
@@ -73,7 +73,7 @@ TEST_F(Scene3DTest, ANewMeshReplacesTheOldOne) {
   const float uvs[] = {0, 0, 1, 0, 0, 1};
   const uint16_t indices[] = {0, 1, 2};
   ASSERT_TRUE(createMesh(entity, instance, positions, 9, normals, 9, indices, 3, uvs, 6, 0));
-  EXPECT_EQ(pixelAt(draw(), 32, 32), (std::vector<int>{0, 0, 0, 255}));
+  EXPECT_EQ(pixelAt(draw(), 32, 32), (std::vector<int>{26, 64, 145, 255}));  // the sky
 }
 
 }  // namespace

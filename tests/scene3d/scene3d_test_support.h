@@ -5,9 +5,9 @@
 #include <chrono>
 #include <fstream>
 #include <functional>
-#include <thread>
 #include <iterator>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "scene3d/frame_loop.h"

@@ -15,8 +15,7 @@ std::string rendererOf(Display* display) {
   const int attributes[] = {GLX_DRAWABLE_TYPE, GLX_PBUFFER_BIT, GLX_RENDER_TYPE, GLX_RGBA_BIT,
                             None};
   int count = 0;
-  GLXFBConfig* configs =
-      glXChooseFBConfig(display, DefaultScreen(display), attributes, &count);
+  GLXFBConfig* configs = glXChooseFBConfig(display, DefaultScreen(display), attributes, &count);
   if (!configs || count == 0) {
     if (configs) XFree(configs);
     return {};
