@@ -10,6 +10,9 @@ namespace talvero::gpu {
 
 namespace {
 
+// The probe's connection, open for the life of the process (see `ask`).
+Display* probeDisplay = nullptr;
+
 // A 1 × 1 pbuffer context, made current just long enough to read GL_RENDERER.
 std::string rendererOf(Display* display) {
   const int attributes[] = {GLX_DRAWABLE_TYPE, GLX_PBUFFER_BIT, GLX_RENDER_TYPE, GLX_RGBA_BIT,
@@ -51,7 +54,10 @@ GLProbe ask() {
     probe.renderer = rendererOf(display);
     probe.isSoftware = isSoftwareRenderer(probe.renderer);
   }
-  XCloseDisplay(display);
+  // The connection stays open for the life of the process, and with it the GL driver the
+  // probe loaded: closing it unloads the driver while the renderer is about to load it again,
+  // and leaves the driver's lifetime allocations without a module to be told apart by.
+  probeDisplay = display;
   return probe;
 }
 
