@@ -23,7 +23,7 @@ artifacts="$corpora/artifacts"
 
 CC=clang CXX=clang++ cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
   -DTALVERO_FUZZ=ON -DTALVERO_BUILD_TESTS=OFF -DTALVERO_BUILD_BENCHMARKS=OFF >/dev/null
-cmake --build "$build" --target talvero_fuzzers
+cmake --build "$build" --target talvero_fuzzers talvero_app_bundle
 
 targets=("$@")
 if [[ ${#targets[@]} -eq 0 ]]; then
@@ -43,6 +43,8 @@ for target in "${targets[@]}"; do
   mkdir -p "$corpus"
   inputs=("$corpus")
   [[ -d "$root/fuzz/seeds/$target" ]] && inputs+=("$root/fuzz/seeds/$target")
+  # Material packages are compiled by the build, never committed: those are its seeds.
+  [[ $target == fuzz_material_package ]] && inputs+=("$build/materials")
   log="$corpora/$target.log"
 
   echo "[fuzz] $target for ${seconds}s"

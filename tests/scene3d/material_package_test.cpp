@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -56,6 +57,30 @@ TEST(MaterialPackage, RefusesAnotherMaterialVersion) {
   ASSERT_NE(at, package.end());
   at[12] = static_cast<uint8_t>(at[12] + 1);
   EXPECT_EQ(check(package).rfind("material version ", 0), 0u) << check(package);
+}
+
+// The renderer decodes each shader as it first draws it, trusting the package: a shader that
+// points outside it, or at a line the dictionary lacks, would crash it then.
+TEST(MaterialPackage, RefusesShadersThatPointOutsideThePackageOrItsDictionary) {
+  const std::vector<uint8_t> good = readPackage("unlit_color.filamat");
+  const std::string tag = "LSLG_TAM";  // "MAT_GLSL"
+  const auto at = std::search(good.begin(), good.end(), tag.begin(), tag.end());
+  ASSERT_NE(at, good.end());
+  const size_t index = static_cast<size_t>(at - good.begin()) + 12;  // past the tag and size
+  const size_t firstOffset = index + 8 + 3;  // past the count and one entry's three bytes
+  uint32_t offset = 0;
+  std::memcpy(&offset, &good[firstOffset], sizeof offset);
+
+  std::vector<uint8_t> outside = good;
+  const uint32_t far = 0x7FFFFFF0;
+  std::memcpy(&outside[firstOffset], &far, sizeof far);
+  EXPECT_EQ(check(outside), "a shader lies outside the package");
+
+  std::vector<uint8_t> unknownLine = good;
+  const size_t firstLine = index + offset + 8;  // past the shader's size and line count
+  unknownLine[firstLine] = 0xFF;
+  unknownLine[firstLine + 1] = 0xFF;
+  EXPECT_EQ(check(unknownLine), "a shader line is not in the dictionary");
 }
 
 }  // namespace
