@@ -28,6 +28,9 @@ struct EngineState {
   float densityY = 1;
   float lastPerspScale = 0;
   bool postProcessing = true;
+  // Defaults of new meshes.
+  bool castShadowsGlobal = true;
+  bool receiveShadowsGlobal = true;
   UpdateFunction earlyUpdate;
   UpdateFunction lateUpdate;
 };

@@ -19,6 +19,7 @@
 #include "scene3d/physics/physics_world.h"
 #include "scene3d/report.h"
 #include "scene3d/scene_struct.h"
+#include "scene3d/textures.h"
 
 namespace talvero::scene3d {
 
@@ -68,6 +69,7 @@ void destroyEngine() {
   destroyScenes();
   destroyGlbResources();
   destroyMaterialTables();
+  destroyTextureTable();
   s.ncm.reset();
   filament::Engine::destroy(&s.engine);
   s.engine = nullptr;

@@ -23,6 +23,7 @@
 
 #include "runtime/log.h"
 #include "scene3d/engine_state.h"
+#include "scene3d/material_access.h"
 #include "scene3d/material_package.h"
 #include "scene3d/report.h"
 
@@ -64,14 +65,6 @@ Tables& tables() {
   return t;
 }
 
-MaterialInstance* instanceAt(const char* row, int64_t handle) {
-  if (!state().engine || handle < 0 || handle >= static_cast<int64_t>(tables().instances.size())) {
-    reportOnce(row, handle, "unknown material instance " + std::to_string(handle));
-    return nullptr;
-  }
-  return tables().instances[static_cast<size_t>(handle)];
-}
-
 // The parameter `name` of the instance's material, when it is of `type`.
 bool hasParameter(const char* row, int64_t handle, const MaterialInstance& instance,
                   const std::string& name, filament::backend::UniformType type) {
@@ -88,7 +81,9 @@ bool hasParameter(const char* row, int64_t handle, const MaterialInstance& insta
   return false;
 }
 
-filament::Texture* dummyTexture() {
+}  // namespace
+
+filament::Texture* whiteTexture() {
   Tables& t = tables();
   if (t.dummyTexture) return t.dummyTexture;
   filament::Engine& engine = *state().engine;
@@ -106,6 +101,8 @@ filament::Texture* dummyTexture() {
                                                filament::Texture::Type::UBYTE));
   return t.dummyTexture;
 }
+
+namespace {
 
 void applyGlobal3(MaterialInstance& instance) {
   const std::optional<float> scale = tables().global3;
@@ -133,6 +130,32 @@ filament::RenderableManager::PrimitiveType primitiveOf(int primitive) {
 }
 
 }  // namespace
+
+MaterialInstance* materialInstanceAt(const char* row, int64_t handle) {
+  if (!state().engine || handle < 0 || handle >= static_cast<int64_t>(tables().instances.size())) {
+    reportOnce(row, handle, "unknown material instance " + std::to_string(handle));
+    return nullptr;
+  }
+  return tables().instances[static_cast<size_t>(handle)];
+}
+
+bool hasSampler(const char* row, int64_t handle, const MaterialInstance& instance,
+                const char* name) {
+  const Material& material = *instance.getMaterial();
+  std::vector<Material::ParameterInfo> parameters(material.getParameterCount());
+  material.getParameters(parameters.data(), parameters.size());
+  for (const auto& parameter : parameters) {
+    if (std::strcmp(name, parameter.name) != 0) continue;
+    if (parameter.isSampler &&
+        parameter.samplerType == filament::backend::SamplerType::SAMPLER_2D) {
+      return true;
+    }
+    reportOnce(row, handle, std::string("parameter \"") + name + "\" is no 2D sampler");
+    return false;
+  }
+  reportOnce(row, handle, std::string("unknown parameter \"") + name + "\"");
+  return false;
+}
 
 int64_t createMaterial(const uint8_t* data, size_t size) {
   filament::Engine* engine = state().engine;
@@ -167,7 +190,7 @@ int64_t createMaterialInstance(int64_t material) {
   for (const auto& parameter : parameters) {
     if (parameter.isSampler &&
         parameter.samplerType == filament::backend::SamplerType::SAMPLER_2D) {
-      instance->setParameter(parameter.name, dummyTexture(), filament::TextureSampler());
+      instance->setParameter(parameter.name, whiteTexture(), filament::TextureSampler());
     }
   }
   applyGlobal3(*instance);
@@ -180,7 +203,7 @@ size_t materialInstanceCount() {
 }
 
 void setUniformRgb(int64_t handle, const std::string& name, uint32_t rgb) {
-  MaterialInstance* instance = instanceAt("setUniformRgb", handle);
+  MaterialInstance* instance = materialInstanceAt("setUniformRgb", handle);
   if (!instance || !hasParameter("setUniformRgb", handle, *instance, name,
                                  filament::backend::UniformType::FLOAT3)) {
     return;
@@ -191,7 +214,7 @@ void setUniformRgb(int64_t handle, const std::string& name, uint32_t rgb) {
 }
 
 void setUniformRgba(int64_t handle, const std::string& name, uint32_t rgba) {
-  MaterialInstance* instance = instanceAt("setUniformRgba", handle);
+  MaterialInstance* instance = materialInstanceAt("setUniformRgba", handle);
   if (!instance || !hasParameter("setUniformRgba", handle, *instance, name,
                                  filament::backend::UniformType::FLOAT4)) {
     return;
@@ -202,7 +225,7 @@ void setUniformRgba(int64_t handle, const std::string& name, uint32_t rgba) {
 }
 
 void setUniformFloat(int64_t handle, const std::string& name, float value) {
-  MaterialInstance* instance = instanceAt("setUniformFloat", handle);
+  MaterialInstance* instance = materialInstanceAt("setUniformFloat", handle);
   if (instance && hasParameter("setUniformFloat", handle, *instance, name,
                                filament::backend::UniformType::FLOAT)) {
     instance->setParameter(name.c_str(), value);
@@ -210,10 +233,85 @@ void setUniformFloat(int64_t handle, const std::string& name, float value) {
 }
 
 void setUniformBoolean(int64_t handle, const std::string& name, bool value) {
-  MaterialInstance* instance = instanceAt("setUniformBoolean", handle);
+  MaterialInstance* instance = materialInstanceAt("setUniformBoolean", handle);
   if (instance && hasParameter("setUniformBoolean", handle, *instance, name,
                                filament::backend::UniformType::BOOL)) {
     instance->setParameter(name.c_str(), value);
+  }
+}
+
+void setUniformArray(int64_t handle, const std::string& name, const float* values, size_t count) {
+  using filament::backend::UniformType;
+  MaterialInstance* instance = materialInstanceAt("setUniformArray", handle);
+  if (!instance || !values || count < 2 || count > 4) return;
+  const UniformType type = count == 2   ? UniformType::FLOAT2
+                           : count == 3 ? UniformType::FLOAT3
+                                        : UniformType::FLOAT4;
+  if (!hasParameter("setUniformArray", handle, *instance, name, type)) return;
+  if (count == 2)
+    instance->setParameter(name.c_str(), filament::math::float2{values[0], values[1]});
+  if (count == 3) instance->setParameter(name.c_str(), float3{values[0], values[1], values[2]});
+  if (count == 4) {
+    instance->setParameter(name.c_str(), float4{values[0], values[1], values[2], values[3]});
+  }
+}
+
+namespace {
+
+// The renderable of an entity with at least `primitive + 1` primitives, with one line per row
+// and entity when there is none.
+filament::RenderableManager::Instance renderableOf(const char* row, uint32_t entity,
+                                                   uint32_t primitive) {
+  filament::Engine* engine = state().engine;
+  if (!engine) return {};
+  auto& renderables = engine->getRenderableManager();
+  const auto instance = renderables.getInstance(utils::Entity::import(static_cast<int>(entity)));
+  if (!instance) {
+    reportOnce(row, entity, "entity " + std::to_string(entity) + " has no mesh");
+    return {};
+  }
+  if (primitive >= renderables.getPrimitiveCount(instance)) {
+    reportOnce(
+        row, entity,
+        "entity " + std::to_string(entity) + " has no primitive " + std::to_string(primitive));
+    return {};
+  }
+  return instance;
+}
+
+}  // namespace
+
+void setMaterial(uint32_t entity, int64_t handle, uint32_t primitive) {
+  MaterialInstance* instance = materialInstanceAt("setMaterial", handle);
+  const auto renderable = renderableOf("setMaterial", entity, primitive);
+  if (!instance || !renderable) return;
+  state().engine->getRenderableManager().setMaterialInstanceAt(renderable, primitive, instance);
+}
+
+int64_t getMaterial(uint32_t entity, uint32_t primitive) {
+  const auto renderable = renderableOf("getMaterial", entity, primitive);
+  if (!renderable) return -1;
+  MaterialInstance* instance =
+      state().engine->getRenderableManager().getMaterialInstanceAt(renderable, primitive);
+  tables().instances.push_back(instance);
+  return static_cast<int64_t>(tables().instances.size() - 1);
+}
+
+void setCulling(uint32_t entity, bool enabled) {
+  if (const auto renderable = renderableOf("setCulling", entity, 0)) {
+    state().engine->getRenderableManager().setCulling(renderable, enabled);
+  }
+}
+
+void setReceiveShadows(uint32_t entity, bool enabled) {
+  if (const auto renderable = renderableOf("setReceiveShadows", entity, 0)) {
+    state().engine->getRenderableManager().setReceiveShadows(renderable, enabled);
+  }
+}
+
+void setCastShadows(uint32_t entity, bool enabled) {
+  if (const auto renderable = renderableOf("setCastShadows", entity, 0)) {
+    state().engine->getRenderableManager().setCastShadows(renderable, enabled);
   }
 }
 
@@ -225,7 +323,7 @@ void setMaterialGlobal3(float scale) {
 bool createMesh(uint32_t entity, int64_t handle, const float* positions, size_t positionCount,
                 const float* normals, size_t normalCount, const uint16_t* indices,
                 size_t indexCount, const float* uvs, size_t uvCount, int primitive) {
-  MaterialInstance* instance = instanceAt("setMesh", handle);
+  MaterialInstance* instance = materialInstanceAt("setMesh", handle);
   if (!instance) return false;
   filament::Engine& engine = *state().engine;
   const utils::Entity target = utils::Entity::import(static_cast<int>(entity));
@@ -300,6 +398,8 @@ bool createMesh(uint32_t entity, int64_t handle, const float* positions, size_t 
   tables().meshes[entity] = {vertexBuffer, indexBuffer};
   filament::RenderableManager::Builder(1)
       .culling(true)
+      .castShadows(state().castShadowsGlobal)
+      .receiveShadows(state().receiveShadowsGlobal)
       .boundingBox({(low + high) / 2, (high - low) / 2})
       .geometry(0, primitiveOf(primitive), vertexBuffer, indexBuffer)
       .material(0, instance)
@@ -322,6 +422,9 @@ void destroyMaterialTables() {
       engine->destroy(buffers.vertices);
       engine->destroy(buffers.indices);
     }
+    // `getMaterial` hands out more handles to one instance: each instance goes once.
+    std::sort(t.instances.begin(), t.instances.end());
+    t.instances.erase(std::unique(t.instances.begin(), t.instances.end()), t.instances.end());
     for (MaterialInstance* instance : t.instances) engine->destroy(instance);
     for (Material* material : t.materials) engine->destroy(material);
     if (t.dummyTexture) engine->destroy(t.dummyTexture);

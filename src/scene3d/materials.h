@@ -25,12 +25,24 @@ void setUniformRgba(int64_t instance, const std::string& name, uint32_t rgba);
 void setUniformFloat(int64_t instance, const std::string& name, float value);
 void setUniformBoolean(int64_t instance, const std::string& name, bool value);
 
+// Two to four floats set a float2, float3 or float4 parameter; any other count sets nothing.
+void setUniformArray(int64_t instance, const std::string& name, const float* values, size_t count);
+
+// The instance drawn by the entity's primitive, and a new handle to the instance it draws
+// (asking twice gives two handles to one instance); -1 without a renderable or primitive.
+void setMaterial(uint32_t entity, int64_t instance, uint32_t primitive);
+int64_t getMaterial(uint32_t entity, uint32_t primitive);
+void setCulling(uint32_t entity, bool enabled);
+void setReceiveShadows(uint32_t entity, bool enabled);
+void setCastShadows(uint32_t entity, bool enabled);
+
 // The perspective scale of the open view, as (scale, 0, 0, 1) in the `float4` parameter
 // `materialGlobal3` of every instance whose material declares one, now and for instances
 // made later.
 void setMaterialGlobal3(float scale);
 
-// One primitive on `entity` with `instance`: 3 floats a vertex of positions and of normals,
+// One primitive on `entity` with `instance`, casting and receiving shadows as the global
+// defaults say: 3 floats a vertex of positions and of normals,
 // 2 of texture coordinates, 16-bit indices below the vertex count. Primitive 1 draws lines,
 // 2 points, anything else triangles. A mesh already on the entity is replaced and its buffers
 // freed. False, with a line, for arrays that do not fit.

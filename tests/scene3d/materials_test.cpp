@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "scene3d/textures.h"
 #include "scene3d_test_support.h"
 
 namespace talvero::scene3d {
@@ -74,6 +75,82 @@ TEST_F(Scene3DTest, ANewMeshReplacesTheOldOne) {
   const uint16_t indices[] = {0, 1, 2};
   ASSERT_TRUE(createMesh(entity, instance, positions, 9, normals, 9, indices, 3, uvs, 6, 0));
   EXPECT_EQ(pixelAt(draw(), 32, 32), (std::vector<int>{26, 64, 145, 255}));  // the sky
+}
+
+// A square of side 2 at depth -2 with the textured material, tinted white.
+uint32_t texturedSquare(int64_t scene, int64_t* instanceOut) {
+  const std::vector<uint8_t> package = testing::readMaterial("unlit_textured.filamat");
+  const int64_t instance = createMaterialInstance(createMaterial(package.data(), package.size()));
+  setUniformRgba(instance, "baseColor", 0xFFFFFFFF);
+  const float positions[] = {-1, -1, -2, 1, -1, -2, 1, 1, -2, -1, 1, -2};
+  const float normals[] = {0, 0, 1, 0, 0, 1, 0, 0, 1, 0, 0, 1};
+  const float uvs[] = {0, 0, 1, 0, 1, 1, 0, 1};
+  const uint16_t indices[] = {0, 1, 2, 0, 2, 3};
+  const uint32_t entity = createEntity();
+  createMesh(entity, instance, positions, 12, normals, 12, indices, 6, uvs, 8, 0);
+  addEntityToScene(scene, entity);
+  *instanceOut = instance;
+  return entity;
+}
+
+TEST_F(Scene3DTest, SamplersDrawWhiteUntilATextureIsBoundAndTexturesAreSRGB) {
+  int64_t instance = -1;
+  texturedSquare(scene, &instance);
+  EXPECT_EQ(pixelAt(draw(), 32, 32), (std::vector<int>{255, 255, 255, 255}));
+  // sRGB 128 is 0.216 in linear light, which the software path writes as it is.
+  const uint8_t grey[] = {128, 128, 128, 255};
+  const int64_t texture = createTextureFromRGBA(grey, 1, 1);
+  setUniformTexture(instance, "baseTexture", texture, 0, 0);
+  const std::vector<int> drawn = pixelAt(draw(), 32, 32);
+  EXPECT_NEAR(drawn[0], 55, 2);
+  EXPECT_NEAR(drawn[1], 55, 2);
+}
+
+TEST_F(Scene3DTest, UpdatingATextureKeepsItsHandleAtTheSameSizeAndAtANewOne) {
+  int64_t instance = -1;
+  texturedSquare(scene, &instance);
+  const uint8_t red[] = {255, 0, 0, 255};
+  const int64_t texture = createTextureFromRGBA(red, 1, 1);
+  setUniformTexture(instance, "baseTexture", texture, 1, 1);
+  EXPECT_EQ(pixelAt(draw(), 32, 32), (std::vector<int>{255, 0, 0, 255}));
+  const uint8_t green[] = {0, 255, 0, 255};
+  updateTextureFromRGBA(texture, green, 1, 1);
+  EXPECT_EQ(pixelAt(draw(), 32, 32), (std::vector<int>{0, 255, 0, 255}));
+  const std::vector<uint8_t> blue(2 * 2 * 4, 0);
+  std::vector<uint8_t> blueSquare = blue;
+  for (size_t i = 2; i < blueSquare.size(); i += 4) blueSquare[i] = blueSquare[i + 1] = 255;
+  updateTextureFromRGBA(texture, blueSquare.data(), 2, 2);
+  // A new size is a new texture: the instance draws white until it is bound again.
+  EXPECT_EQ(pixelAt(draw(), 32, 32), (std::vector<int>{255, 255, 255, 255}));
+  setUniformTexture(instance, "baseTexture", texture, 1, 1);
+  EXPECT_EQ(pixelAt(draw(), 32, 32), (std::vector<int>{0, 0, 255, 255}));
+  EXPECT_EQ(textureCount(), 1u);
+  updateTextureFromRGBA(7, green, 1, 1);  // past the table: nothing
+  EXPECT_EQ(textureCount(), 1u);
+}
+
+TEST_F(Scene3DTest, UniformArraysSetTwoToFourFloatsOfTheirOwnType) {
+  square(-2, 0xFF0000FF);
+  const int64_t instance = static_cast<int64_t>(materialInstanceCount()) - 1;
+  const float five[] = {0, 0, 1, 1, 1};
+  setUniformArray(instance, "baseColor", five, 5);  // no such vector: nothing
+  EXPECT_EQ(pixelAt(draw(), 32, 32), (std::vector<int>{255, 0, 0, 255}));
+  const std::string log = logOf([&] { setUniformArray(instance, "baseColor", five, 3); });
+  EXPECT_EQ(log, "[creator-gl] setUniformArray: parameter \"baseColor\" is of another type\n");
+  setUniformArray(instance, "baseColor", five, 4);
+  EXPECT_EQ(pixelAt(draw(), 32, 32), (std::vector<int>{0, 0, 255, 255}));
+}
+
+TEST_F(Scene3DTest, MaterialsMoveBetweenPrimitivesByHandle) {
+  const uint32_t red = square(-2, 0xFF0000FF);
+  const int64_t green = static_cast<int64_t>(materialInstanceCount());
+  square(-3, 0x00FF00FF);  // behind the red one
+  const int64_t first = getMaterial(red, 0);
+  EXPECT_NE(first, getMaterial(red, 0));  // two handles to one instance
+  setMaterial(red, green, 0);
+  EXPECT_EQ(pixelAt(draw(), 32, 32), (std::vector<int>{0, 255, 0, 255}));
+  EXPECT_EQ(logOf([&] { EXPECT_EQ(getMaterial(red, 1), -1); }),
+            "[creator-gl] getMaterial: entity " + std::to_string(red) + " has no primitive 1\n");
 }
 
 }  // namespace
