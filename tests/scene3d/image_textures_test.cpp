@@ -1,0 +1,98 @@
+#include "scene3d/image_textures.h"
+
+#include <gtest/gtest.h>
+#include <stb_image_write.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "main_queue_support.h"
+#include "platform/dispatch/main_queue.h"
+#include "scene3d/textures.h"
+#include "scene3d_test_support.h"
+
+namespace talvero::scene3d {
+namespace {
+
+using testing::Scene3DTest;
+
+// A `width` × `height` image of one RGBA colour, encoded as PNG or JPEG by stb.
+Bytes encoded(const std::string& format, int width, int height, std::vector<uint8_t> colour) {
+  std::vector<uint8_t> pixels;
+  for (int i = 0; i < width * height; ++i)
+    pixels.insert(pixels.end(), colour.begin(), colour.end());
+  auto out = std::make_shared<std::vector<uint8_t>>();
+  auto append = [](void* context, void* data, int size) {
+    auto* bytes = static_cast<std::vector<uint8_t>*>(context);
+    bytes->insert(bytes->end(), static_cast<uint8_t*>(data), static_cast<uint8_t*>(data) + size);
+  };
+  if (format == "png") {
+    stbi_write_png_to_func(append, out.get(), width, height, 4, pixels.data(), width * 4);
+  } else {
+    stbi_write_jpg_to_func(append, out.get(), width, height, 4, pixels.data(), 100);
+  }
+  return out;
+}
+
+struct Outcome {
+  int64_t texture = -1;
+  uint32_t width = 0;
+  uint32_t height = 0;
+  std::string failure;
+  bool ended = false;
+};
+
+Outcome make(Bytes bytes) {
+  auto outcome = std::make_shared<Outcome>();
+  createTexture(
+      std::move(bytes),
+      [outcome](int64_t texture, uint32_t width, uint32_t height) {
+        *outcome = {texture, width, height, "", true};
+      },
+      [outcome](const std::string& reason) {
+        *outcome = {-1, 0, 0, reason, true};
+      });
+  EXPECT_TRUE(dispatch::pumpUntil([outcome] { return outcome->ended; }, 10));
+  return *outcome;
+}
+
+TEST_F(Scene3DTest, PngAndJpegBecomeTexturesOfLinearPremultipliedColour) {
+  int64_t instance = -1;
+  const std::vector<uint8_t> package = testing::readMaterial("unlit_textured.filamat");
+  instance = createMaterialInstance(createMaterial(package.data(), package.size()));
+  setUniformRgba(instance, "baseColor", 0xFFFFFFFF);
+  const float positions[] = {-1, -1, -2, 1, -1, -2, 1, 1, -2, -1, 1, -2};
+  const float normals[] = {0, 0, 1, 0, 0, 1, 0, 0, 1, 0, 0, 1};
+  const float uvs[] = {0, 0, 1, 0, 1, 1, 0, 1};
+  const uint16_t indices[] = {0, 1, 2, 0, 2, 3};
+  const uint32_t entity = createEntity();
+  createMesh(entity, instance, positions, 12, normals, 12, indices, 6, uvs, 8, 0);
+  addEntityToScene(scene, entity);
+
+  // Half-transparent sRGB white: linear 1 × 0.5 over the sky, drawn without blending by this
+  // opaque material, reads 0.5 in linear light, 128 as written.
+  const Outcome png = make(encoded("png", 3, 2, {255, 255, 255, 128}));
+  ASSERT_EQ(png.failure, "");
+  EXPECT_EQ(png.width, 3u);
+  EXPECT_EQ(png.height, 2u);
+  setUniformTexture(instance, "baseTexture", png.texture, 0, 0);
+  EXPECT_NEAR(pixelAt(draw(), 32, 32)[0], 128, 2);
+
+  // Opaque sRGB 128 grey: 0.216 in linear light, 55 as written.
+  const Outcome jpeg = make(encoded("jpeg", 8, 8, {128, 128, 128, 255}));
+  ASSERT_EQ(jpeg.failure, "");
+  setUniformTexture(instance, "baseTexture", jpeg.texture, 0, 0);
+  EXPECT_NEAR(pixelAt(draw(), 32, 32)[1], 55, 3);
+  EXPECT_EQ(textureCount(), 2u);
+}
+
+TEST_F(Scene3DTest, BytesThatAreNoImageOrTooLargeAnImageFail) {
+  EXPECT_NE(make(makeBytes({1, 2, 3, 4})).failure, "");
+  EXPECT_NE(make(nullptr).failure, "");
+  EXPECT_NE(make(encoded("png", 8193, 1, {0, 0, 0, 255})).failure, "");
+  EXPECT_EQ(textureCount(), 0u);
+}
+
+}  // namespace
+}  // namespace talvero::scene3d
