@@ -59,16 +59,7 @@ Outcome make(Bytes bytes) {
 
 TEST_F(Scene3DTest, PngAndJpegBecomeTexturesOfLinearPremultipliedColour) {
   int64_t instance = -1;
-  const std::vector<uint8_t> package = testing::readMaterial("unlit_textured.filamat");
-  instance = createMaterialInstance(createMaterial(package.data(), package.size()));
-  setUniformRgba(instance, "baseColor", 0xFFFFFFFF);
-  const float positions[] = {-1, -1, -2, 1, -1, -2, 1, 1, -2, -1, 1, -2};
-  const float normals[] = {0, 0, 1, 0, 0, 1, 0, 0, 1, 0, 0, 1};
-  const float uvs[] = {0, 0, 1, 0, 1, 1, 0, 1};
-  const uint16_t indices[] = {0, 1, 2, 0, 2, 3};
-  const uint32_t entity = createEntity();
-  createMesh(entity, instance, positions, 12, normals, 12, indices, 6, uvs, 8, 0);
-  addEntityToScene(scene, entity);
+  texturedSquare(&instance);
 
   // Half-transparent sRGB white: linear 1 × 0.5 over the sky, drawn without blending by this
   // opaque material, reads 0.5 in linear light, 128 as written.

@@ -77,25 +77,9 @@ TEST_F(Scene3DTest, ANewMeshReplacesTheOldOne) {
   EXPECT_EQ(pixelAt(draw(), 32, 32), (std::vector<int>{26, 64, 145, 255}));  // the sky
 }
 
-// A square of side 2 at depth -2 with the textured material, tinted white.
-uint32_t texturedSquare(int64_t scene, int64_t* instanceOut) {
-  const std::vector<uint8_t> package = testing::readMaterial("unlit_textured.filamat");
-  const int64_t instance = createMaterialInstance(createMaterial(package.data(), package.size()));
-  setUniformRgba(instance, "baseColor", 0xFFFFFFFF);
-  const float positions[] = {-1, -1, -2, 1, -1, -2, 1, 1, -2, -1, 1, -2};
-  const float normals[] = {0, 0, 1, 0, 0, 1, 0, 0, 1, 0, 0, 1};
-  const float uvs[] = {0, 0, 1, 0, 1, 1, 0, 1};
-  const uint16_t indices[] = {0, 1, 2, 0, 2, 3};
-  const uint32_t entity = createEntity();
-  createMesh(entity, instance, positions, 12, normals, 12, indices, 6, uvs, 8, 0);
-  addEntityToScene(scene, entity);
-  *instanceOut = instance;
-  return entity;
-}
-
 TEST_F(Scene3DTest, SamplersDrawWhiteUntilATextureIsBoundAndTexturesAreSRGB) {
   int64_t instance = -1;
-  texturedSquare(scene, &instance);
+  texturedSquare(&instance);
   EXPECT_EQ(pixelAt(draw(), 32, 32), (std::vector<int>{255, 255, 255, 255}));
   // sRGB 128 is 0.216 in linear light, which the software path writes as it is.
   const uint8_t grey[] = {128, 128, 128, 255};
@@ -108,7 +92,7 @@ TEST_F(Scene3DTest, SamplersDrawWhiteUntilATextureIsBoundAndTexturesAreSRGB) {
 
 TEST_F(Scene3DTest, UpdatingATextureKeepsItsHandleAtTheSameSizeAndAtANewOne) {
   int64_t instance = -1;
-  texturedSquare(scene, &instance);
+  texturedSquare(&instance);
   const uint8_t red[] = {255, 0, 0, 255};
   const int64_t texture = createTextureFromRGBA(red, 1, 1);
   setUniformTexture(instance, "baseTexture", texture, 1, 1);

@@ -56,6 +56,11 @@ class Scene3DTest : public ::testing::Test {
     const int64_t material = createMaterial(package.data(), package.size());
     const int64_t instance = createMaterialInstance(material);
     setUniformRgba(instance, "baseColor", rgba);
+    return meshSquare(z, instance);
+  }
+
+  // A square of side 2 centred at depth `z` drawn with `instance`, in the scene.
+  uint32_t meshSquare(float z, int64_t instance) {
     const float positions[] = {-1, -1, z, 1, -1, z, 1, 1, z, -1, 1, z};
     const float normals[] = {0, 0, 1, 0, 0, 1, 0, 0, 1, 0, 0, 1};
     const float uvs[] = {0, 0, 1, 0, 1, 1, 0, 1};
@@ -64,6 +69,14 @@ class Scene3DTest : public ::testing::Test {
     EXPECT_TRUE(createMesh(entity, instance, positions, 12, normals, 12, indices, 6, uvs, 8, 0));
     addEntityToScene(scene, entity);
     return entity;
+  }
+
+  // The same square with the textured material, tinted white; its instance in `instance`.
+  uint32_t texturedSquare(int64_t* instance) {
+    const std::vector<uint8_t> package = readMaterial("unlit_textured.filamat");
+    *instance = createMaterialInstance(createMaterial(package.data(), package.size()));
+    setUniformRgba(*instance, "baseColor", 0xFFFFFFFF);
+    return meshSquare(-2, *instance);
   }
 
   // The open scene drawn and read back.
