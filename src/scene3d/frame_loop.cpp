@@ -20,6 +20,7 @@
 #include "scene3d/report.h"
 #include "scene3d/scene_struct.h"
 #include "scene3d/textures.h"
+#include "scene3d/warm_up.h"
 
 namespace talvero::scene3d {
 
@@ -65,6 +66,7 @@ void destroyEngine() {
   EngineState& s = state();
   if (!s.engine) return;
   physicsShutdown();
+  warmCleanup();
   destroySwapChain();
   destroyScenes();
   destroyGlbResources();
