@@ -7,8 +7,11 @@
 #include <filament/Viewport.h>
 #include <utils/EntityManager.h>
 
+#include <atomic>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
+#include <vector>
 
 #include "platform/gpu/gl_probe.h"
 #include "runtime/log.h"
@@ -29,6 +32,15 @@ namespace {
 constexpr float kLongestFrame = 0.05f;
 constexpr double kFieldOfView = 60;
 constexpr float kPerspectiveScaleStep = 20;
+
+// One frame's pixels on their way back from the driver.
+struct PixelRead {
+  static constexpr int kPending = 0;
+  static constexpr int kDelivered = 1;
+  static constexpr int kAbandoned = 2;
+  std::vector<uint8_t> pixels;
+  std::atomic<int> state{kPending};
+};
 
 float frameSeconds(int64_t timeMs) {
   EngineState& s = state();
@@ -153,18 +165,34 @@ void render_to_offscreen(int64_t timeMs, uint8_t* rgba) {
   if (s.lastTime != 0) applyGlbAnimations(static_cast<float>(timeMs - s.lastTime) / 1000.0f);
   s.lastTime = timeMs;
   const filament::Viewport& viewport = s.currentScene->view->getViewport();
+  const size_t size = size_t(viewport.width) * viewport.height * 4;
   s.renderer->render(s.currentScene->view);
-  bool delivered = false;
+  // The driver writes into a buffer of its own read, which outlives this call when the pixels
+  // are late: whoever of the two is last frees it.
+  auto* read = new PixelRead;
+  read->pixels.resize(size);
   s.renderer->readPixels(
       0, 0, viewport.width, viewport.height,
       filament::backend::PixelBufferDescriptor(
-          rgba, size_t(viewport.width) * viewport.height * 4,
-          filament::backend::PixelDataFormat::RGBA, filament::backend::PixelDataType::UBYTE,
-          [](void*, size_t, void* user) { *static_cast<bool*>(user) = true; }, &delivered));
+          read->pixels.data(), size, filament::backend::PixelDataFormat::RGBA,
+          filament::backend::PixelDataType::UBYTE,
+          [](void*, size_t, void* user) {
+            auto* done = static_cast<PixelRead*>(user);
+            if (done->state.exchange(PixelRead::kDelivered) == PixelRead::kAbandoned) {
+              delete done;
+            }
+          },
+          read));
   s.renderer->endFrame();
-  // The pixels come back through the driver's queue; flushing until they do keeps the
-  // buffer the caller's once this returns.
-  for (int attempt = 0; attempt < 100 && !delivered; ++attempt) s.engine->flushAndWait();
+  for (int attempt = 0; attempt < 100 && read->state.load() == PixelRead::kPending; ++attempt) {
+    s.engine->flushAndWait();
+  }
+  if (read->state.exchange(PixelRead::kAbandoned) == PixelRead::kDelivered) {
+    std::memcpy(rgba, read->pixels.data(), size);
+    delete read;
+  } else {
+    logLine("[creator-gl] render_to_offscreen: the frame's pixels did not come back");
+  }
 }
 
 void setViewport(uint32_t width, uint32_t height) {
