@@ -33,6 +33,7 @@ namespace {
 
 using filament::Material;
 using filament::MaterialInstance;
+using filament::backend::UniformType;
 using filament::math::float3;
 using filament::math::float4;
 using filament::math::mat3f;
@@ -65,20 +66,47 @@ Tables& tables() {
   return t;
 }
 
-// The parameter `name` of the instance's material, when it is of `type`.
-bool hasParameter(const char* row, int64_t handle, const MaterialInstance& instance,
-                  const std::string& name, filament::backend::UniformType type) {
-  const Material& material = *instance.getMaterial();
+std::vector<Material::ParameterInfo> parametersOf(const Material& material) {
   std::vector<Material::ParameterInfo> parameters(material.getParameterCount());
-  material.getParameters(parameters.data(), parameters.size());
-  for (const auto& parameter : parameters) {
+  parameters.resize(material.getParameters(parameters.data(), parameters.size()));
+  return parameters;
+}
+
+bool isSampler2D(const Material::ParameterInfo& parameter) {
+  return parameter.isSampler && parameter.samplerType == filament::backend::SamplerType::SAMPLER_2D;
+}
+
+bool isUniform(const Material::ParameterInfo& parameter, filament::backend::UniformType type) {
+  return !parameter.isSampler && !parameter.isSubpass && parameter.type == type;
+}
+
+// The parameter `name` of the instance's material passes `fits`; else one line for the row,
+// naming what it is not.
+template <class Fits>
+bool checkParameter(const char* row, int64_t handle, const MaterialInstance& instance,
+                    const std::string& name, const char* kind, Fits fits) {
+  for (const auto& parameter : parametersOf(*instance.getMaterial())) {
     if (name != parameter.name) continue;
-    if (!parameter.isSampler && !parameter.isSubpass && parameter.type == type) return true;
-    reportOnce(row, handle, "parameter \"" + name + "\" is of another type");
+    if (fits(parameter)) return true;
+    reportOnce(row, handle, "parameter \"" + name + "\" is " + kind);
     return false;
   }
   reportOnce(row, handle, "unknown parameter \"" + name + "\"");
   return false;
+}
+
+// The instance of a handle whose material has a uniform `name` of `type`; else null, with one
+// line for the row.
+MaterialInstance* instanceWithUniform(const char* row, int64_t handle, const std::string& name,
+                                      filament::backend::UniformType type) {
+  MaterialInstance* instance = materialInstanceAt(row, handle);
+  const auto fits = [type](const Material::ParameterInfo& parameter) {
+    return isUniform(parameter, type);
+  };
+  if (!instance || !checkParameter(row, handle, *instance, name, "of another type", fits)) {
+    return nullptr;
+  }
+  return instance;
 }
 
 }  // namespace
@@ -141,20 +169,7 @@ MaterialInstance* materialInstanceAt(const char* row, int64_t handle) {
 
 bool hasSampler(const char* row, int64_t handle, const MaterialInstance& instance,
                 const char* name) {
-  const Material& material = *instance.getMaterial();
-  std::vector<Material::ParameterInfo> parameters(material.getParameterCount());
-  material.getParameters(parameters.data(), parameters.size());
-  for (const auto& parameter : parameters) {
-    if (std::strcmp(name, parameter.name) != 0) continue;
-    if (parameter.isSampler &&
-        parameter.samplerType == filament::backend::SamplerType::SAMPLER_2D) {
-      return true;
-    }
-    reportOnce(row, handle, std::string("parameter \"") + name + "\" is no 2D sampler");
-    return false;
-  }
-  reportOnce(row, handle, std::string("unknown parameter \"") + name + "\"");
-  return false;
+  return checkParameter(row, handle, instance, name, "no 2D sampler", isSampler2D);
 }
 
 int64_t createMaterial(const uint8_t* data, size_t size) {
@@ -185,11 +200,8 @@ int64_t createMaterialInstance(int64_t material) {
   }
   Material& source = *t.materials[static_cast<size_t>(material)];
   MaterialInstance* instance = source.createInstance();
-  std::vector<Material::ParameterInfo> parameters(source.getParameterCount());
-  source.getParameters(parameters.data(), parameters.size());
-  for (const auto& parameter : parameters) {
-    if (parameter.isSampler &&
-        parameter.samplerType == filament::backend::SamplerType::SAMPLER_2D) {
+  for (const auto& parameter : parametersOf(source)) {
+    if (isSampler2D(parameter)) {
       instance->setParameter(parameter.name, whiteTexture(), filament::TextureSampler());
     }
   }
@@ -203,55 +215,48 @@ size_t materialInstanceCount() {
 }
 
 void setUniformRgb(int64_t handle, const std::string& name, uint32_t rgb) {
-  MaterialInstance* instance = materialInstanceAt("setUniformRgb", handle);
-  if (!instance || !hasParameter("setUniformRgb", handle, *instance, name,
-                                 filament::backend::UniformType::FLOAT3)) {
-    return;
+  if (auto* instance = instanceWithUniform("setUniformRgb", handle, name, UniformType::FLOAT3)) {
+    const float3 colour{((rgb >> 16) & 0xFF) / 255.0f, ((rgb >> 8) & 0xFF) / 255.0f,
+                        (rgb & 0xFF) / 255.0f};
+    instance->setParameter(name.c_str(), filament::RgbType::sRGB, colour);
   }
-  const float3 colour{((rgb >> 16) & 0xFF) / 255.0f, ((rgb >> 8) & 0xFF) / 255.0f,
-                      (rgb & 0xFF) / 255.0f};
-  instance->setParameter(name.c_str(), filament::RgbType::sRGB, colour);
 }
 
 void setUniformRgba(int64_t handle, const std::string& name, uint32_t rgba) {
-  MaterialInstance* instance = materialInstanceAt("setUniformRgba", handle);
-  if (!instance || !hasParameter("setUniformRgba", handle, *instance, name,
-                                 filament::backend::UniformType::FLOAT4)) {
-    return;
+  if (auto* instance = instanceWithUniform("setUniformRgba", handle, name, UniformType::FLOAT4)) {
+    const float4 colour{((rgba >> 24) & 0xFF) / 255.0f, ((rgba >> 16) & 0xFF) / 255.0f,
+                        ((rgba >> 8) & 0xFF) / 255.0f, (rgba & 0xFF) / 255.0f};
+    instance->setParameter(name.c_str(), filament::RgbaType::PREMULTIPLIED_sRGB, colour);
   }
-  const float4 colour{((rgba >> 24) & 0xFF) / 255.0f, ((rgba >> 16) & 0xFF) / 255.0f,
-                      ((rgba >> 8) & 0xFF) / 255.0f, (rgba & 0xFF) / 255.0f};
-  instance->setParameter(name.c_str(), filament::RgbaType::PREMULTIPLIED_sRGB, colour);
 }
 
 void setUniformFloat(int64_t handle, const std::string& name, float value) {
-  MaterialInstance* instance = materialInstanceAt("setUniformFloat", handle);
-  if (instance && hasParameter("setUniformFloat", handle, *instance, name,
-                               filament::backend::UniformType::FLOAT)) {
+  if (auto* instance = instanceWithUniform("setUniformFloat", handle, name, UniformType::FLOAT)) {
     instance->setParameter(name.c_str(), value);
   }
 }
 
 void setUniformBoolean(int64_t handle, const std::string& name, bool value) {
-  MaterialInstance* instance = materialInstanceAt("setUniformBoolean", handle);
-  if (instance && hasParameter("setUniformBoolean", handle, *instance, name,
-                               filament::backend::UniformType::BOOL)) {
+  if (auto* instance = instanceWithUniform("setUniformBoolean", handle, name, UniformType::BOOL)) {
     instance->setParameter(name.c_str(), value);
   }
 }
 
 void setUniformArray(int64_t handle, const std::string& name, const float* values, size_t count) {
-  using filament::backend::UniformType;
-  MaterialInstance* instance = materialInstanceAt("setUniformArray", handle);
-  if (!instance || !values || count < 2 || count > 4) return;
+  if (!values || count < 2 || count > 4) {
+    materialInstanceAt("setUniformArray", handle);  // a bad handle is still reported
+    return;
+  }
   const UniformType type = count == 2   ? UniformType::FLOAT2
                            : count == 3 ? UniformType::FLOAT3
                                         : UniformType::FLOAT4;
-  if (!hasParameter("setUniformArray", handle, *instance, name, type)) return;
-  if (count == 2)
+  MaterialInstance* instance = instanceWithUniform("setUniformArray", handle, name, type);
+  if (!instance) return;
+  if (count == 2) {
     instance->setParameter(name.c_str(), filament::math::float2{values[0], values[1]});
-  if (count == 3) instance->setParameter(name.c_str(), float3{values[0], values[1], values[2]});
-  if (count == 4) {
+  } else if (count == 3) {
+    instance->setParameter(name.c_str(), float3{values[0], values[1], values[2]});
+  } else {
     instance->setParameter(name.c_str(), float4{values[0], values[1], values[2], values[3]});
   }
 }
