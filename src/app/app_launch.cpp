@@ -318,8 +318,7 @@ NativeValue AppLaunch::systemInfo() const {
       {"app", kAppVersion},
       {"platform", facts.platform},
       {"arch", facts.arch},
-      // No 3D renderer exists yet; the key stays so that scripts can tell.
-      {"backend", "none"},
+      {"backend", CreatorGLHandler::rendererBackend()},
       {"cpuCores", facts.cpuCores},
   };
   if (containerSize) {

@@ -40,7 +40,7 @@ TalveroEngine::TalveroEngine() {
   animationManager_->startDisplayLink();
   timerManager_ = std::make_shared<TimerManager>(animationManager_);
   creatorUI_ = std::make_unique<CreatorUIStore>();
-  creatorGLHandler_ = std::make_unique<CreatorGLHandler>();
+  creatorGLHandler_ = std::make_unique<CreatorGLHandler>(*creatorUI_);
   creator2dHandler_ = std::make_unique<Creator2DHandler>();
   creatorUIHandler_ = std::make_unique<CreatorUIHandler>(*creatorUI_);
   creatorUtilsHandler_ = std::make_unique<CreatorUtilsHandler>(animationManager_);
@@ -145,6 +145,10 @@ void TalveroEngine::releaseResources(const ScriptContext& context) {
 
 void TalveroEngine::setLanguage(const std::string& language) {
   creatorUtilsHandler_->language = language;
+}
+
+void TalveroEngine::registerARController(const std::string& name, ARControllerFactory factory) {
+  creatorGLHandler_->registerARController(name, std::move(factory));
 }
 
 void TalveroEngine::setFetchLocal(CreatorUtilsHandler::FetchLocal fetchLocal) {

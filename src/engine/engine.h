@@ -44,6 +44,8 @@ class TalveroEngine {
   void openProject(const std::string& source, const ScriptValue& reject);
   void registerCallback(const std::string& path, NativeFunction callback);
   void setLanguage(const std::string& language);
+  // An integrator's augmented-reality controllers, made by name from script.
+  void registerARController(const std::string& name, ARControllerFactory factory);
   void setFetchLocal(CreatorUtilsHandler::FetchLocal fetchLocal);
   int64_t putBuffer(Bytes bytes);
 
@@ -61,6 +63,7 @@ class TalveroEngine {
   AnimationManager& animationManager() { return *animationManager_; }
   CreatorUtilsHandler& creatorUtilsHandler() { return *creatorUtilsHandler_; }
   CreatorUIStore& creatorUI() { return *creatorUI_; }
+  CreatorGLHandler& creatorGLHandler() { return *creatorGLHandler_; }
   const std::vector<EngineModule*>& modules() const { return modules_; }
 
  private:

@@ -28,6 +28,8 @@ struct EngineState {
   float densityY = 1;
   float lastPerspScale = 0;
   bool postProcessing = true;
+  bool creationFailed = false;  // the last `init` made no engine
+  uint64_t generation = 0;      // counts `init`s: a frame notices a replaced engine
   // Defaults of new meshes.
   bool castShadowsGlobal = true;
   bool receiveShadowsGlobal = true;

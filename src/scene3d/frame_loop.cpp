@@ -61,6 +61,8 @@ void init() {
   // The renderer ends the process when the display does not open or offers no GLX.
   const gpu::GLProbe& probe = gpu::probeGL();
   if (probe.displayOpens && probe.hasGlx) s.engine = filament::Engine::create();
+  s.creationFailed = !s.engine;
+  ++s.generation;
   if (!s.engine) {
     logLine("[creator-gl] ERROR: Filament Engine creation failed (GPU/driver unavailable)");
     return;
@@ -95,7 +97,8 @@ bool hasEngine() {
 }
 
 const char* backendName() {
-  if (!state().engine) return "none";
+  // Before the first engine, the default this build would resolve to.
+  if (!state().engine) return state().creationFailed ? "none" : "OpenGL (Filament)";
   switch (state().engine->getBackend()) {
     case filament::backend::Backend::OPENGL:
       return "OpenGL (Filament)";
@@ -144,21 +147,27 @@ void render(int64_t timeMs) {
   float dt = frameSeconds(timeMs);
   if (dt > kLongestFrame) dt = kLongestFrame;
   s.lastTime = timeMs;
+  // An update function may close the scene or replace the engine: the frame ends there, and
+  // a replaced engine took its renderer with it.
+  const uint64_t generation = s.generation;
+  const auto goesOn = [&] { return s.generation == generation && s.currentScene; };
   if (s.earlyUpdate) s.earlyUpdate(dt);
-  physicsStep(dt);
-  physicsSyncForRender();
-  applyGlbAnimations(dt);
-  updateParticles(dt);
-  if (s.lateUpdate) s.lateUpdate(dt);
-  // An update function may have closed the scene or replaced the engine.
-  if (s.currentScene && s.renderer) s.renderer->render(s.currentScene->view);
-  if (s.renderer) s.renderer->endFrame();
+  if (goesOn()) {
+    physicsStep(dt);
+    physicsSyncForRender();
+    applyGlbAnimations(dt);
+    updateParticles(dt);
+    if (s.lateUpdate) s.lateUpdate(dt);
+  }
+  // A scene shows nothing until a camera looks at it.
+  if (goesOn() && s.currentScene->camera) s.renderer->render(s.currentScene->view);
+  if (s.generation == generation && s.renderer) s.renderer->endFrame();
 }
 
 void render_to_offscreen(int64_t timeMs, uint8_t* rgba) {
   EngineState& s = state();
   if (!s.renderer) return;
-  if (!s.currentScene) {
+  if (!s.currentScene || !s.currentScene->camera) {
     s.renderer->endFrame();
     return;
   }

@@ -17,8 +17,8 @@ using UpdateFunction = std::function<void(float dt)>;
 void init();
 void destroyEngine();
 bool hasEngine();
-// The backend the engine resolved, as the system reports it: "OpenGL (Filament)", …; "none"
-// with no engine.
+// The backend the engine resolved, as the system reports it: "OpenGL (Filament)", …; before
+// any engine the one it will use; "none" once creation failed.
 const char* backendName();
 
 // An offscreen swap chain of that size in pixels, and a renderer clearing to (0, 0, 0, 0).

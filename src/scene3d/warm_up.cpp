@@ -83,7 +83,8 @@ bool warmScene(int64_t scene) {
     warmCleanup();
     return false;
   }
-  w.renderer->render(w.view);
+  // The renderer cannot draw a view without a camera; such a scene has nothing to warm.
+  if (record.camera) w.renderer->render(w.view);
   w.renderer->endFrame();
   setVisibleAll(scene, false);
   w.start = std::chrono::steady_clock::now();

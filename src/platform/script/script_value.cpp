@@ -313,6 +313,20 @@ std::optional<TypedArrayView> ScriptValue::typedArray() const {
   return view;
 }
 
+std::optional<TypedArrayView> ScriptValue::arrayBuffer() const {
+  if (empty()) return std::nullopt;
+  JSContextRef ctx = state_->context;
+  if (JSValueGetTypedArrayType(ctx, raw_, nullptr) != kJSTypedArrayTypeArrayBuffer) {
+    return std::nullopt;
+  }
+  JSObjectRef object = JSValueToObject(ctx, raw_, nullptr);
+  TypedArrayView view;
+  view.data = JSObjectGetArrayBufferBytesPtr(ctx, object, nullptr);
+  view.byteLength = JSObjectGetArrayBufferByteLength(ctx, object, nullptr);
+  view.length = view.byteLength;
+  return view;
+}
+
 const NativeValue* NativeValue::find(const std::string& key) const {
   if (!isDict()) return nullptr;
   for (const auto& [name, value] : asDict()) {

@@ -94,6 +94,8 @@ class ScriptValue {
   NativeValue toNative() const;
 
   std::optional<TypedArrayView> typedArray() const;
+  // The bytes of an `ArrayBuffer`, as a Uint8 view; nothing for any other value.
+  std::optional<TypedArrayView> arrayBuffer() const;
 
   const OpaqueJSValue* raw() const { return raw_; }
   const std::shared_ptr<ContextState>& state() const { return state_; }

@@ -1,0 +1,415 @@
+#include <gtest/gtest.h>
+#include <stb_image_write.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "engine/bindings/creator_gl_bindings.h"
+#include "engine/engine.h"
+#include "main_queue_support.h"
+#include "runtime/buffers.h"
+#include "scene3d/frame_loop.h"
+#include "scene3d/materials.h"
+#include "scene3d/scenes.h"
+#include "scene3d/scene3d_test_support.h"
+#include "test_support.h"
+#include "ui/ui_store.h"
+
+namespace talvero {
+namespace {
+
+using testing::drainMainQueue;
+using testing::json;
+
+// `_creator` in the engine's own context, on a real renderer under Xvfb.
+class CreatorGLTest : public ::testing::Test {
+ protected:
+  void TearDown() override { scene3d::destroyEngine(); }
+
+  std::string value(const std::string& expression) { return json(context(), expression); }
+  void run(const std::string& source) { context().evaluate(source); }
+  ScriptContext context() { return engine.currentContext(); }
+  CreatorGLHandler& gl() { return engine.creatorGLHandler(); }
+  CreatorUIStore& store() { return engine.creatorUI(); }
+
+  // An engine with an open scene of a camera, ready to draw 64 × 64 offscreen.
+  void openSceneWithCamera() {
+    run("_creator.createEngine([]);"
+        "var scene = _creator.createScene(); var camera = _creator.createEntity();"
+        "_creator.attachCameraToAR(scene, camera); _creator.openScene(scene);");
+    ASSERT_TRUE(scene3d::hasEngine());
+    scene3d::createSwapChainHeadless(64, 64);
+    scene3d::setViewport(64, 64);
+  }
+
+  void frame(int64_t timeMs) {
+    ASSERT_TRUE(scene3d::testing::whenFrameBegins([&] { scene3d::render(timeMs); }));
+  }
+
+  int64_t materialBuffer(const std::string& name) {
+    const std::vector<uint8_t> bytes = scene3d::testing::readMaterial(name);
+    return Buffers::putBuffer(std::make_shared<const std::vector<uint8_t>>(bytes));
+  }
+
+  TalveroEngine engine;
+};
+
+// An AR controller that records what it is asked.
+class FakeController : public ARController {
+ public:
+  void setRootAnchor(uint32_t entity) override { calls.push_back("root " + std::to_string(entity)); }
+  void addImageAnchor(uint32_t entity, Bytes image, float width) override {
+    calls.push_back("image " + std::to_string(entity) + " " + std::to_string(image->size()) + " " +
+                    std::to_string(static_cast<int>(width)));
+  }
+  void launch(std::function<void()> onSuccess,
+              std::function<void(const std::string&)> onFailure) override {
+    calls.push_back("launch");
+    if (failWith.empty()) {
+      onSuccess();
+    } else {
+      onFailure(failWith);
+    }
+  }
+  void stop() override { calls.push_back("stop"); }
+  std::optional<uint32_t> sceneMaterial() override { return 7; }
+
+  std::vector<std::string> calls;
+  std::string failWith;
+};
+
+TEST_F(CreatorGLTest, TheTableHoldsExactlyTheRowsThisBuildServesInTheirOrder) {
+  EXPECT_EQ(value("Object.keys(_creator).join()"),
+            "\"createEngine,createGLView,getDisplaySize,warmRender,captureImage,createEntity,"
+            "cloneEntity,destroyEntity,createScene,attachCameraToAR,addEntityToScene,"
+            "removeEntityFromScene,openScene,closeScene,setVisible,isVisible,setPosition,"
+            "setQuaternion,setEulerAngles,setScale,setMatrix,getMatrix,getWorldMatrix,"
+            "getWorldPosition,getWorldDirection,getWorldMatrixInverse,getCameraViewDirection,"
+            "setParent,setParentNull,getParent,getChildCount,getChild,getChildren,getName,setName,"
+            "traverse,createMaterial,setMaterial,getMaterial,setUniformColor,setUniformRgb,"
+            "setUniformRgba,setUniformFloat,setUniformBoolean,setUniformArray,setUniformTexture,"
+            "createTexture,createTextureFromCanvas,updateTextureFromCanvas,setCulling,"
+            "setReceiveShadows,setCastShadows,hasMesh,setMesh,setEarlyUpdate,setLateUpdate,"
+            "createARController,createRootAnchor,createAnchor,getSceneMaterial,requestCamera,"
+            "launchAR,stopAR,backend\"");
+  EXPECT_EQ(value("_creator.backend"), "\"opengl\"");
+}
+
+TEST_F(CreatorGLTest, BeforeAnEngineRowsLogOnceAndGiveNeutralResults) {
+  store().displayWidth = 390;
+  store().displayHeight = 844;
+  ::testing::internal::CaptureStdout();
+  EXPECT_EQ(value("[_creator.createEntity(), _creator.createEntity(), _creator.getName(5),"
+                  " _creator.isVisible(5), _creator.getDisplaySize()]"),
+            "[0,0,\"\",false,[390,844]]");
+  EXPECT_EQ(::testing::internal::GetCapturedStdout(),
+            "[creator-gl] createEntity: no 3D engine; call createEngine first\n"
+            "[creator-gl] getName: no 3D engine; call createEngine first\n"
+            "[creator-gl] isVisible: no 3D engine; call createEngine first\n");
+  EXPECT_EQ(CreatorGLHandler::rendererBackend(), "OpenGL (Filament)");
+}
+
+TEST_F(CreatorGLTest, CreateEngineReadsItsFeatures) {
+  ::testing::internal::CaptureStdout();
+  run("_creator.createEngine(['uberarchive', 'capture'])");
+  const std::string out = ::testing::internal::GetCapturedStdout();
+  EXPECT_NE(out.find("[creator-gl] createEngine: GLB support is not built in this version; "
+                     "\"uberarchive\" is not loaded\n"),
+            std::string::npos);
+  EXPECT_TRUE(store().glCaptureSupport);
+  run("_creator.createEngine()");
+  EXPECT_FALSE(store().glCaptureSupport);
+  EXPECT_EQ(CreatorGLHandler::rendererBackend(), "OpenGL (Filament)");
+}
+
+TEST_F(CreatorGLTest, OpeningAndClosingFollowTheStoreHooks) {
+  int opened = 0;
+  int closed = 0;
+  store().onOpenScene = [&] { ++opened; };
+  store().onCloseScene = [&] { ++closed; };
+  run("_creator.createEngine([]); var a = _creator.createScene(); var b = _creator.createScene();");
+  run("_creator.closeScene()");
+  EXPECT_EQ(closed, 0);  // nothing was open
+
+  store().renderPaused = true;
+  run("_creator.openScene(b)");
+  EXPECT_EQ(opened, 1);
+  EXPECT_FALSE(store().renderPaused);
+  store().renderPaused = true;
+  run("_creator.openScene(b)");  // the open one again: the hook still runs
+  EXPECT_EQ(opened, 2);
+  EXPECT_FALSE(store().renderPaused);
+  EXPECT_EQ(gl().currentSceneId, 1u);
+  EXPECT_EQ(scene3d::openSceneId(), 1);
+
+  store().readyToRender = true;
+  run("_creator.closeScene()");
+  EXPECT_EQ(closed, 1);
+  EXPECT_FALSE(store().readyToRender);
+  EXPECT_FALSE(gl().currentSceneId);
+  EXPECT_EQ(scene3d::openSceneId(), -1);
+}
+
+TEST_F(CreatorGLTest, MaterialsAreBuiltOncePerBufferAndStaleBuffersSaySo) {
+  run("_creator.createEngine([])");
+  const int64_t buffer = materialBuffer("unlit_color.filamat");
+  const std::string id = std::to_string(buffer);
+  EXPECT_EQ(value("_creator.createMaterial(" + id + ")"), "0");
+  Buffers::dispose(buffer);
+  // The second handle is another instance of the material already built.
+  EXPECT_EQ(value("_creator.createMaterial(" + id + ")"), "1");
+  EXPECT_EQ(gl().materialMap.size(), 1u);
+
+  ::testing::internal::CaptureStdout();
+  EXPECT_EQ(value("_creator.createMaterial(987654)"), "0");
+  const int64_t garbage = Buffers::putBuffer(std::make_shared<std::vector<uint8_t>>(40, 7));
+  EXPECT_EQ(value("_creator.createMaterial(" + std::to_string(garbage) + ")"), "0");
+  const std::string out = ::testing::internal::GetCapturedStdout();
+  EXPECT_NE(out.find("[Buffers] createMaterial: stale id 987654\n"), std::string::npos);
+  EXPECT_NE(out.find("[creator-gl] createMaterial: "), std::string::npos);
+  EXPECT_EQ(gl().materialMap.size(), 1u);  // a refused package is not remembered
+  run("_creator.createEngine([])");
+  EXPECT_TRUE(gl().materialMap.empty());
+}
+
+TEST_F(CreatorGLTest, TransformsAndTheHierarchyCrossAsNumbersAndTypedArrays) {
+  run("_creator.createEngine([]); var parent = _creator.createEntity();"
+      "var child = _creator.createEntity(); _creator.setParent(child, parent, false);"
+      "_creator.setName(child, 'wheel'); _creator.setPosition(parent, 1, 2, 3);"
+      "_creator.setPosition(child, 0, 1, 0); var out = new Float32Array(3);"
+      "_creator.getWorldPosition(child, out);");
+  EXPECT_EQ(value("Array.from(out)"), "[1,3,3]");
+  EXPECT_EQ(value("[_creator.getParent(child) === parent, _creator.getChildCount(parent),"
+                  " _creator.getChildren(parent)[0] === child, _creator.getChild(parent, 0) === child,"
+                  " _creator.getChild(parent, 1), _creator.getName(child)]"),
+            "[true,1,true,true,0,\"wheel\"]");
+
+  run("var m = new Float32Array(16); m[0] = m[5] = m[10] = 2; m[15] = 1; m[12] = 5;"
+      "_creator.setMatrix(parent, m); var back = new Float32Array(16);"
+      "_creator.getMatrix(parent, back);");
+  EXPECT_EQ(value("Array.from(back)"), "[2,0,0,0,0,2,0,0,0,0,2,0,5,0,0,1]");
+
+  // Wrong arrays are refused with one line per row and id, and nothing is written.
+  ::testing::internal::CaptureStdout();
+  run("var short = new Float32Array(2); _creator.getWorldPosition(child, short);"
+      "_creator.getWorldPosition(child, short); _creator.getMatrix(parent, [1, 2, 3]);"
+      "_creator.setMatrix(parent, new Float64Array(16));");
+  const std::string out = ::testing::internal::GetCapturedStdout();
+  EXPECT_EQ(value("Array.from(short)"), "[0,0]");
+  EXPECT_NE(out.find("getWorldPosition: needs a Float32Array of at least 3 elements\n"),
+            std::string::npos);
+  EXPECT_EQ(out.find("getWorldPosition"), out.rfind("getWorldPosition"));
+  EXPECT_NE(out.find("getMatrix: needs a Float32Array of at least 16 elements\n"),
+            std::string::npos);
+  EXPECT_NE(out.find("setMatrix: needs a Float32Array of at least 16 elements\n"),
+            std::string::npos);
+  run("_creator.getMatrix(parent, back);");
+  EXPECT_EQ(value("back[12]"), "5");
+}
+
+TEST_F(CreatorGLTest, SetMeshWantsItsTypedArraysAndLeavesTheEntityAsItWasOtherwise) {
+  const int64_t buffer = materialBuffer("unlit_color.filamat");
+  run("_creator.createEngine([]); var e = _creator.createEntity();"
+      "var mat = _creator.createMaterial(" + std::to_string(buffer) + ");"
+      "var p = new Float32Array([0,0,0, 1,0,0, 0,1,0]); var n = new Float32Array(9);"
+      "var uv = new Float32Array(6); var ix = new Uint16Array([0, 1, 2]);");
+  ::testing::internal::CaptureStdout();
+  run("_creator.setMesh(e, mat, [0,0,0, 1,0,0, 0,1,0], n, ix, uv, 0);");
+  run("_creator.setMesh(e, mat, p, n, new Uint32Array([0, 1, 2]), uv, 0);");
+  const std::string out = ::testing::internal::GetCapturedStdout();
+  EXPECT_NE(out.find("[creator-gl] setMesh: needs a Float32Array\n"), std::string::npos);
+  EXPECT_EQ(value("_creator.hasMesh(e)"), "false");
+  run("_creator.setMesh(e, mat, p, n, ix, uv, 0);");
+  EXPECT_EQ(value("_creator.hasMesh(e)"), "true");
+  EXPECT_EQ(value("_creator.getMaterial(e, 0) > mat"), "true");
+}
+
+TEST_F(CreatorGLTest, UniformArraysTakeFloat32ArraysAndArrayBuffers) {
+  const int64_t buffer = materialBuffer("unlit_color.filamat");
+  run("_creator.createEngine([]); var mat = _creator.createMaterial(" + std::to_string(buffer) +
+      ");");
+  ::testing::internal::CaptureStdout();
+  run("_creator.setUniformArray(mat, 'baseColor', new Float32Array([1, 0, 0, 1]));"
+      "_creator.setUniformArray(mat, 'baseColor', new Float32Array([1, 0, 0, 1]).buffer);"
+      "_creator.setUniformArray(mat, 'nothing', new Float32Array([1, 0, 0, 1]).buffer);");
+  EXPECT_EQ(::testing::internal::GetCapturedStdout(),
+            "[creator-gl] setUniformArray: unknown parameter \"nothing\"\n");
+}
+
+TEST_F(CreatorGLTest, UpdateFunctionsRunEarlyThenLateAndMayCloseTheSceneMidFrame) {
+  openSceneWithCamera();
+  run("var log = []; _creator.setEarlyUpdate(function (dt) { log.push('early ' + dt); });"
+      "_creator.setLateUpdate(function (dt) { log.push('late ' + dt); });");
+  frame(1000);
+  frame(1020);
+  EXPECT_EQ(value("log"), "[\"early 0\",\"late 0\",\"early 0.019999999552965164\","
+                          "\"late 0.019999999552965164\"]");
+
+  // A scene closed by the early function is neither updated late nor drawn.
+  run("log = []; _creator.setEarlyUpdate(function () { log.push('early'); _creator.closeScene(); });");
+  frame(1040);
+  EXPECT_EQ(value("log"), "[\"early\"]");
+  EXPECT_FALSE(gl().currentSceneId);
+  EXPECT_EQ(scene3d::openSceneId(), -1);
+  frame(1060);  // no scene: nothing runs
+  EXPECT_EQ(value("log.length"), "1");
+}
+
+TEST_F(CreatorGLTest, AnUpdateFunctionMayReplaceTheEngine) {
+  openSceneWithCamera();
+  run("var made = 0; _creator.setEarlyUpdate(function () {"
+      " if (made++ === 0) _creator.createEngine([]); });");
+  frame(1000);
+  EXPECT_TRUE(scene3d::hasEngine());
+  EXPECT_EQ(scene3d::openSceneId(), -1);  // the open scene went with the old engine
+  EXPECT_FALSE(scene3d::beginFrame());    // and so did the swap chain
+  EXPECT_EQ(value("made"), "1");
+}
+
+TEST_F(CreatorGLTest, WarmRenderGivesUpAfterTwoHundredAndOneAttempts) {
+  run("_creator.createEngine([]); var scene = _creator.createScene();");
+  int warmCalls = 0;
+  int readyCalls = 0;
+  gl().warmSteps.warm = [&](int64_t) { return ++warmCalls > 3; };  // three refusals first
+  gl().warmSteps.ready = [&] {
+    ++readyCalls;
+    return false;
+  };
+  std::vector<double> delays;
+  gl().warmSteps.after = [&](double seconds, std::function<void()> step) {
+    delays.push_back(seconds);
+    dispatch::post(std::move(step));
+  };
+  run("var done = 0; _creator.warmRender(scene, function () { done++; });");
+  EXPECT_EQ(value("done"), "0");  // the first step is queued, not run
+  dispatch::pumpUntil([this] { return value("done") == "1"; }, 10);
+  EXPECT_EQ(value("done"), "1");
+  EXPECT_EQ(warmCalls, 4);
+  EXPECT_EQ(readyCalls, 201 - 4);
+  ASSERT_EQ(delays.size(), 201u);
+  EXPECT_EQ(delays[0], 0.1);
+  EXPECT_EQ(delays[3], 0.05);
+}
+
+TEST_F(CreatorGLTest, WarmRenderCallsBackOnceTheRealWarmUpIsDone) {
+  run("_creator.createEngine([]); var scene = _creator.createScene();"
+      "var done = 0; _creator.warmRender(scene, function () { done++; });");
+  dispatch::pumpUntil([this] { return value("done") == "1"; }, 20);
+  EXPECT_EQ(value("done"), "1");
+}
+
+TEST_F(CreatorGLTest, TexturesResolveWithTheirSizeAndStaleOrBadBuffersReject) {
+  std::vector<uint8_t> pixels(3 * 2 * 4, 0xFF);
+  auto png = std::make_shared<std::vector<uint8_t>>();
+  stbi_write_png_to_func(
+      [](void* context, void* data, int size) {
+        auto* bytes = static_cast<std::vector<uint8_t>*>(context);
+        bytes->insert(bytes->end(), static_cast<uint8_t*>(data),
+                      static_cast<uint8_t*>(data) + size);
+      },
+      png.get(), 3, 2, 4, pixels.data(), 3 * 4);
+  const int64_t image = Buffers::putBuffer(png);
+  const int64_t junk = Buffers::putBuffer(std::make_shared<std::vector<uint8_t>>(10, 1));
+  ::testing::internal::CaptureStdout();
+  run("_creator.createEngine([]); var results = [];"
+      "function ok(t, w, h) { results.push([t, w, h]); }"
+      "function no(e) { results.push(String(e.message)); }"
+      "_creator.createTexture(" + std::to_string(image) + ", ok, no);"
+      "_creator.createTexture(424242, ok, no);"
+      "_creator.createTexture(" + std::to_string(junk) + ", ok, no);");
+  dispatch::pumpUntil([this] { return value("results.length") == "3"; }, 10);
+  const std::string out = ::testing::internal::GetCapturedStdout();
+  EXPECT_EQ(value("results[0]"), "\"Failed to create texture\"");  // the stale id, at once
+  EXPECT_EQ(value("results.slice(1).map(String).sort()"),
+            "[\"0,3,2\",\"Failed to create texture\"]");
+  EXPECT_NE(out.find("[Buffers] createTexture: stale id 424242\n"), std::string::npos);
+  EXPECT_NE(out.find("[creator-gl] createTexture: the image does not decode"), std::string::npos);
+}
+
+TEST_F(CreatorGLTest, TraverseSurvivesACallbackThatDestroys) {
+  run("_creator.createEngine([]); var root = _creator.createEntity();"
+      "var a = _creator.createEntity(), b = _creator.createEntity(), c = _creator.createEntity();"
+      "_creator.setParent(a, root, false); _creator.setParent(b, a, false);"
+      "_creator.setParent(c, root, false); var seen = [];"
+      "_creator.traverse(root, function (e) { seen.push(e); if (e === a) _creator.destroyEntity(a); });");
+  EXPECT_EQ(value("[seen.length, seen.indexOf(a) + 1 === seen.indexOf(b), seen.indexOf(c) >= 0]"),
+            "[3,true,true]");
+  EXPECT_EQ(value("_creator.getChildCount(root)"), "1");
+}
+
+TEST_F(CreatorGLTest, RequestCameraAnswersFromTheProbe) {
+  bool available = false;
+  gl().cameraProbe = [&available] { return available; };
+  run("var answers = [];"
+      "_creator.requestCamera(function () { answers.push('yes'); },"
+      " function (e) { answers.push(e.message); });");
+  dispatch::pumpUntil([this] { return value("answers.length") == "1"; }, 10);
+  available = true;
+  run("_creator.requestCamera(function () { answers.push('yes'); },"
+      " function (e) { answers.push(e.message); });");
+  dispatch::pumpUntil([this] { return value("answers.length") == "2"; }, 10);
+  EXPECT_EQ(value("answers"), "[\"Camera is not available\",\"yes\"]");
+}
+
+TEST_F(CreatorGLTest, ARRowsUseARegisteredControllerAndIgnoreUnknownNames) {
+  auto controller = std::make_shared<FakeController>();
+  engine.registerARController("fake", [controller] { return controller; });
+  const int64_t image = Buffers::putBuffer(std::make_shared<std::vector<uint8_t>>(5, 1));
+  run("_creator.createEngine([]); var s = _creator.createScene(); var cam = _creator.createEntity();"
+      "var t = _creator.createScene(); var out = [];"
+      "_creator.createARController(t, cam, 'nobody', function () {});"
+      "_creator.launchAR(t, function () { out.push('t ok'); }, function () { out.push('t no'); });"
+      "_creator.createARController(s, cam, 'fake', function (e, on) { out.push([e, on]); });"
+      "var root = _creator.createRootAnchor(s);"
+      "var anchor = _creator.createAnchor(s, 2, " + std::to_string(image) + ");"
+      "var loose = _creator.createAnchor(s, 2, 999999);"
+      "_creator.launchAR(s, function () { out.push('s ok'); }, function () { out.push('s no'); });");
+  EXPECT_EQ(value("[_creator.getSceneMaterial(s), _creator.getSceneMaterial(t)]"), "[7,0]");
+  EXPECT_EQ(value("out"), "[\"s ok\"]");
+  EXPECT_EQ(value("[_creator.isVisible(root), _creator.isVisible(anchor), _creator.isVisible(loose)]"),
+            "[false,false,true]");
+  EXPECT_EQ(controller->sceneId, 0u);
+  controller->anchorCallback(9, true);
+  EXPECT_EQ(value("out[1]"), "[9,true]");
+  EXPECT_EQ(gl().activeARController, controller);
+  run("_creator.stopAR()");
+  EXPECT_FALSE(gl().activeARController);
+  ASSERT_EQ(controller->calls.size(), 4u);
+  EXPECT_EQ(controller->calls[0], "root " + value("root"));
+  EXPECT_EQ(controller->calls[1], "image " + value("anchor") + " 5 2");
+  EXPECT_EQ(controller->calls[2], "launch");
+  EXPECT_EQ(controller->calls[3], "stop");
+
+  controller->failWith = "no tracking";
+  run("_creator.launchAR(s, function () {}, function (e) { out.push(e.message); });");
+  EXPECT_EQ(value("out[2]"), "\"no tracking\"");
+}
+
+TEST_F(CreatorGLTest, ASessionsEndClearsOnlyWhatItsContextLeft) {
+  auto controller = std::make_shared<FakeController>();
+  engine.registerARController("fake", [controller] { return controller; });
+  openSceneWithCamera();
+  const ScriptContext first = context();
+  const ScriptContext second = ScriptContext::create();
+  engine.configure(second);
+  // The first context owns the open scene, the controller and the early function; the late
+  // function belongs to the second.
+  run("var ran = []; _creator.createARController(scene, camera, 'fake', function () {});"
+      "_creator.setEarlyUpdate(function () { ran.push('early'); });");
+  second.evaluate("var ran = []; _creator.setLateUpdate(function () { ran.push('late'); });");
+  engine.releaseResources(first);
+  EXPECT_EQ(controller->calls, std::vector<std::string>{"stop"});
+  EXPECT_TRUE(gl().arControllers.empty());
+  EXPECT_FALSE(gl().currentSceneId);
+  EXPECT_EQ(scene3d::openSceneId(), -1);
+  // Scenes stay in the tables; the late function of the second context still runs.
+  EXPECT_EQ(scene3d::sceneCount(), 1);
+  second.evaluate("_creator.openScene(0)");
+  frame(2000);
+  EXPECT_EQ(json(second, "ran"), "[\"late\"]");
+  EXPECT_EQ(value("ran"), "[]");
+}
+
+}  // namespace
+}  // namespace talvero
