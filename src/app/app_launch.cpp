@@ -297,12 +297,8 @@ void AppLaunch::runBundle() {
     return;
   }
   const std::string list = preloadList(parsePreloads(*source));
-  if (engine_.currentContext().globalObject().get("_creator").get("createEngine").isFunction()) {
-    logLine("[TalveroApp] createEngine([" + list + "])");
-    engine_.run("_creator.createEngine([" + list + "])");
-  } else {
-    logLine("[TalveroApp] 3D layer not built; createEngine skipped");
-  }
+  logLine("[TalveroApp] createEngine([" + list + "])");
+  engine_.run("_creator.createEngine([" + list + "])");
   logLine("[TalveroApp] running bundle (" + std::to_string(codePointCount(*source)) + " chars)");
   engine_.run(*source, (fs::path(bundle_) / "bundle.js").string());
   logLine("[TalveroApp] bundle returned");

@@ -312,14 +312,5 @@ TEST_F(LaunchSequence, BundleWithoutPreloadsCreatesAnEmptyEngineAndAMissingOneIs
   EXPECT_EQ(output([&] { launch->runBundle(); }), "[TalveroApp] no Resources/bundle.js found\n");
 }
 
-TEST_F(LaunchSequence, BundleStillRunsWhenThe3dLayerOffersNoCreateEngine) {
-  write("bundle/bundle.js", "// preload: a.glb\nrecord('ran');");
-  auto launch = makeLaunch({"talvero"});
-  EXPECT_EQ(output([&] { launch->runBundle(); }),
-            "[TalveroApp] 3D layer not built; createEngine skipped\n"
-            "[TalveroApp] running bundle (32 chars)\n[TalveroApp] bundle returned\n");
-  EXPECT_EQ(records, (Args{"ran"}));
-}
-
 }  // namespace
 }  // namespace talvero

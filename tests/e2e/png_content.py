@@ -2,7 +2,11 @@
 """Tells whether a PNG written by the self-tests has content, by the host's own rule: more than
 one pixel in 500 differs from the first pixel by 41 or more in |dr|+|dg|+|db|. Reads 8-bit RGB
 and RGBA images without interlacing, which is what the host writes. Exit status 0 with content,
-1 without, 2 for a file it cannot read. Prints the count of differing pixels."""
+1 without, 2 for a file it cannot read. Prints the count of differing pixels.
+
+    png_content.py FILE            the count
+    png_content.py FILE X Y        the pixel at column X, row Y from the top, as "r,g,b".
+"""
 import struct
 import sys
 import zlib
@@ -60,6 +64,11 @@ def main():
     except (OSError, ValueError, zlib.error, TypeError, struct.error) as error:
         print(f"cannot read {sys.argv[1]}: {error}")
         return 2
+    if len(sys.argv) == 4:
+        x, y = int(sys.argv[2]), int(sys.argv[3])
+        pixel = rows[y][x * channels:x * channels + 3]
+        print(",".join(str(value) for value in pixel))
+        return 0
     first = rows[0][0:3]
     count = 0
     for line in rows:
