@@ -46,6 +46,7 @@ case "$command" in
     "${headless[@]}" build/talvero_toolkit_bench
     build/talvero_fetch_bench
     "${headless[@]}" build/talvero_ui_bench
+    "${headless[@]}" build/talvero_scene3d_bench
     exec "${headless[@]}" build/talvero_vlist_bench
     ;;
 esac

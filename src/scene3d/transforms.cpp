@@ -26,8 +26,14 @@ filament::TransformManager& transforms() {
   return state().engine->getTransformManager();
 }
 
-filament::TransformManager::Instance instanceOf(uint32_t entity) {
-  return transforms().getInstance(entityOf(entity));
+// The entity's transform, looked up once; an invalid instance, with the row's line, for an
+// entity that is dead or has none.
+filament::TransformManager::Instance liveTransform(const char* row, uint32_t entity) {
+  const auto instance =
+      state().engine && entity != 0 ? transforms().getInstance(entityOf(entity))
+                                    : filament::TransformManager::Instance();
+  if (!instance) reportOnce(row, entity, "unknown entity " + std::to_string(entity));
+  return instance;
 }
 
 void copyOut(const mat4f& matrix, float* out) {
@@ -36,8 +42,7 @@ void copyOut(const mat4f& matrix, float* out) {
 
 // Writes `rotation`'s columns into the local transform, each at the length its column had, so
 // scale and translation stay.
-void setRotation(uint32_t entity, const mat3f& rotation) {
-  const auto instance = instanceOf(entity);
+void setRotation(filament::TransformManager::Instance instance, const mat3f& rotation) {
   mat4f local = transforms().getTransform(instance);
   for (int column = 0; column < 3; ++column) {
     const float scale = length(local[column].xyz);
@@ -69,42 +74,46 @@ mat4f affineInverse(const mat4f& matrix) {
 }
 
 void setMatrix(uint32_t entity, const float* matrix) {
-  if (!checkTransform("setMatrix", entity)) return;
+  const auto instance = liveTransform("setMatrix", entity);
+  if (!instance) return;
   mat4f local;
   std::memcpy(&local[0][0], matrix, 16 * sizeof(float));
-  transforms().setTransform(instanceOf(entity), local);
+  transforms().setTransform(instance, local);
 }
 
 void getMatrix(uint32_t entity, float* out) {
-  if (checkTransform("getMatrix", entity))
-    copyOut(transforms().getTransform(instanceOf(entity)), out);
+  if (const auto instance = liveTransform("getMatrix", entity)) {
+    copyOut(transforms().getTransform(instance), out);
+  }
 }
 
 void getWorldMatrix(uint32_t entity, float* out) {
-  if (checkTransform("getWorldMatrix", entity)) {
-    copyOut(transforms().getWorldTransform(instanceOf(entity)), out);
+  if (const auto instance = liveTransform("getWorldMatrix", entity)) {
+    copyOut(transforms().getWorldTransform(instance), out);
   }
 }
 
 void getWorldMatrixInverse(uint32_t entity, float* out) {
-  if (checkTransform("getWorldMatrixInverse", entity)) {
-    copyOut(affineInverse(transforms().getWorldTransform(instanceOf(entity))), out);
+  if (const auto instance = liveTransform("getWorldMatrixInverse", entity)) {
+    copyOut(affineInverse(transforms().getWorldTransform(instance)), out);
   }
 }
 
 void getWorldPosition(uint32_t entity, float* out) {
-  if (!checkTransform("getWorldPosition", entity)) return;
-  const float3 position = transforms().getWorldTransform(instanceOf(entity))[3].xyz;
+  const auto instance = liveTransform("getWorldPosition", entity);
+  if (!instance) return;
+  const float3 position = transforms().getWorldTransform(instance)[3].xyz;
   std::memcpy(out, &position[0], 3 * sizeof(float));
 }
 
 void getWorldDirection(uint32_t entity, int axis, float* out) {
-  if (!checkTransform("getWorldDirection", entity)) return;
+  const auto instance = liveTransform("getWorldDirection", entity);
+  if (!instance) return;
   if (axis < 0 || axis > 3) {
     reportOnce("getWorldDirection", axis, "axis " + std::to_string(axis) + " is not 0 to 3");
     return;
   }
-  const float3 direction = transforms().getWorldTransform(instanceOf(entity))[axis].xyz;
+  const float3 direction = transforms().getWorldTransform(instance)[axis].xyz;
   std::memcpy(out, &direction[0], 3 * sizeof(float));
 }
 
@@ -137,16 +146,16 @@ void getCameraViewDirection(int64_t scene, float x, float y, float* out) {
 }
 
 void setPosition(uint32_t entity, float x, float y, float z) {
-  if (!checkTransform("setPosition", entity)) return;
-  const auto instance = instanceOf(entity);
+  const auto instance = liveTransform("setPosition", entity);
+  if (!instance) return;
   mat4f local = transforms().getTransform(instance);
   local[3] = float4{x, y, z, local[3].w};
   transforms().setTransform(instance, local);
 }
 
 void setScale(uint32_t entity, float x, float y, float z) {
-  if (!checkTransform("setScale", entity)) return;
-  const auto instance = instanceOf(entity);
+  const auto instance = liveTransform("setScale", entity);
+  if (!instance) return;
   mat4f local = transforms().getTransform(instance);
   const float3 lengths{length(local[0].xyz), length(local[1].xyz), length(local[2].xyz)};
   if (lengths.x == 0 || lengths.y == 0 || lengths.z == 0) return;
@@ -158,13 +167,15 @@ void setScale(uint32_t entity, float x, float y, float z) {
 }
 
 void setQuaternion(uint32_t entity, float x, float y, float z, float w) {
-  if (!checkTransform("setQuaternion", entity)) return;
+  const auto instance = liveTransform("setQuaternion", entity);
+  if (!instance) return;
   const filament::math::quatf rotation = normalize(filament::math::quatf{w, x, y, z});
-  setRotation(entity, mat3f(rotation));
+  setRotation(instance, mat3f(rotation));
 }
 
 void setEulerAngles(uint32_t entity, float a, float b, float c, int order) {
-  if (!checkTransform("setEulerAngles", entity)) return;
+  const auto instance = liveTransform("setEulerAngles", entity);
+  if (!instance) return;
   constexpr float kRadians = 0.017453292f;
   const mat3f rx = rotationX(a * kRadians);
   const mat3f ry = rotationY(b * kRadians);
@@ -187,7 +198,7 @@ void setEulerAngles(uint32_t entity, float a, float b, float c, int order) {
       product = rx * ry * rz;
       break;
   }
-  setRotation(entity, transpose(product));
+  setRotation(instance, transpose(product));
 }
 
 }  // namespace talvero::scene3d

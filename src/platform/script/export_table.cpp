@@ -28,6 +28,8 @@ ScriptValue argValue(const ExportCall& call, size_t index) {
 }
 
 uint32_t toUInt32(double number) {
+  // Ids and counts are almost always in range already: skip the modulo for them.
+  if (number >= 0 && number < 4294967296.0) return static_cast<uint32_t>(number);
   if (!std::isfinite(number)) return 0;
   double wrapped = std::fmod(std::trunc(number), 4294967296.0);
   if (wrapped < 0) wrapped += 4294967296.0;
