@@ -45,5 +45,25 @@ TEST_F(Scene3DTest, NoWarmUpInProgressIsReadyAndAnUnknownSceneWarmsNothing) {
   EXPECT_TRUE(warmSceneReady());
 }
 
+// The renderer cannot draw a view without a camera: such a scene is warmed, opened and framed
+// without drawing, and the frame loop goes on.
+TEST_F(Scene3DTest, ASceneWithoutACameraWarmsAndFramesWithoutDrawing) {
+  const int64_t bare = createScene();
+  ASSERT_TRUE(warmScene(bare));
+  bool ready = false;
+  for (int attempt = 0; attempt < 2000 && !ready; ++attempt) {
+    ready = warmSceneReady();
+    if (!ready) std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+  EXPECT_TRUE(ready);
+  openScene(bare);
+  ASSERT_TRUE(testing::whenFrameBegins([] { render(1000); }));
+  std::vector<uint8_t> pixels(64 * 64 * 4, 7);
+  ASSERT_TRUE(testing::whenFrameBegins([&] { render_to_offscreen(1016, pixels.data()); }));
+  EXPECT_EQ(pixels[0], 7);  // nothing was read into the buffer
+  openScene(scene);
+  EXPECT_EQ(pixelAt(draw(), 32, 32), (std::vector<int>{26, 64, 145, 255}));
+}
+
 }  // namespace
 }  // namespace talvero::scene3d

@@ -1,0 +1,20 @@
+#!/usr/bin/env bash
+# A 3D engine asked for where there is no GPU to draw with: with no display at all, and on an
+# X server without GLX, where the renderer itself would end the process. Either way the script
+# gets one ERROR line, neutral answers, and runs to its end with status 0.
+#   no_gpu_test.sh BINARY
+set -u
+binary=$1
+here=$(cd "$(dirname "$0")" && pwd)
+# shellcheck source=e2e_lib.sh
+source "$here/e2e_lib.sh"
+script=$here/no_gpu/create_engine.js
+
+env -u DISPLAY -u WAYLAND_DISPLAY timeout 30 "$binary" --run "$script" --exit-when-idle >"$out" 2>"$err"
+expect_status $? 0 "without a display"
+diff -u "$here/no_gpu/create_engine.expected" "$out" || fail "output without a display differs"
+
+xvfb-run -a -s "-extension GLX" timeout 30 "$binary" --run "$script" --exit-when-idle >"$out" 2>"$err"
+expect_status $? 0 "on a display without GLX"
+diff -u "$here/no_gpu/create_engine.expected" "$out" || fail "output without GLX differs"
+exit $failed
