@@ -41,7 +41,7 @@ expect_status $? 0 "--verify"
 source_chars=$(wc -m <"$here/verify_bundle/bundle.js")
 expect_order \
   "[TalveroApp] applicationDidFinishLaunching" \
-  "[TalveroApp] createEngine([])" \
+  "[TalveroApp] createEngine([\"level.glb\",\"hero.png\"])" \
   "[TalveroApp] running bundle ($source_chars chars)" \
   "[bundle] root opened" \
   "[bundle] router at root" \
