@@ -96,8 +96,9 @@ function placeOf(i, t) {
 void placeOf(int i, double t, float out[7]) {
   const double a = t + i * 0.01;
   const double h = a * 0.5;
-  const double values[7] = {(i % 40) * 0.5 - 10, std::floor(i / 40.0) * 0.5 - 6, -20 + std::sin(a),
-                            0, std::sin(h), 0, std::cos(h)};
+  const double values[7] = {
+      (i % 40) * 0.5 - 10, std::floor(i / 40.0) * 0.5 - 6, -20 + std::sin(a), 0, std::sin(h), 0,
+      std::cos(h)};
   for (int k = 0; k < 7; ++k) out[k] = static_cast<float>(values[k]);
 }
 
@@ -134,7 +135,8 @@ FrameFigures measureFrames(TalveroEngine& engine) {
 _creator.createEngine([]);
 var scene = _creator.createScene(), camera = _creator.createEntity();
 _creator.attachCameraToAR(scene, camera);
-var material = _creator.createMaterial()js" + std::to_string(buffer) + R"js();
+var material = _creator.createMaterial()js" +
+                   std::to_string(buffer) + R"js();
 _creator.setUniformRgba(material, "baseColor", 0x3366ccff);
 var meshes = [], time = 0;
 for (var i = 0; i < 1000; i++) {
@@ -251,7 +253,8 @@ double scriptFirstFrame(TalveroEngine& engine, int64_t buffer) {
 _creator.createEngine([]);
 var s = _creator.createScene(), c = _creator.createEntity();
 _creator.attachCameraToAR(s, c);
-var m = _creator.createMaterial()js" + std::to_string(buffer) + R"js();
+var m = _creator.createMaterial()js" +
+                                   std::to_string(buffer) + R"js();
 var e = _creator.createEntity();
 _creator.setMesh(e, m, new Float32Array([-1,-1,-3, 1,-1,-3, 1,1,-3, -1,1,-3]),
     new Float32Array([0,0,1, 0,0,1, 0,0,1, 0,0,1]), new Uint16Array([0,1,2, 0,2,3]),
@@ -333,14 +336,13 @@ double rawFirstFrame(const std::vector<uint8_t>& package) {
     std::this_thread::sleep_for(std::chrono::microseconds(200));
   }
   renderer->render(view);
-  renderer->readPixels(0, 0, kWidth, kHeight,
-                       backend::PixelBufferDescriptor(
-                           pixels.data(), pixels.size(), backend::PixelDataFormat::RGBA,
-                           backend::PixelDataType::UBYTE,
-                           [](void*, size_t, void* user) {
-                             static_cast<std::atomic<bool>*>(user)->store(true);
-                           },
-                           &delivered));
+  renderer->readPixels(
+      0, 0, kWidth, kHeight,
+      backend::PixelBufferDescriptor(
+          pixels.data(), pixels.size(), backend::PixelDataFormat::RGBA,
+          backend::PixelDataType::UBYTE,
+          [](void*, size_t, void* user) { static_cast<std::atomic<bool>*>(user)->store(true); },
+          &delivered));
   renderer->endFrame();
   while (!delivered.load()) engine->flushAndWait();
   const double ms = msSince(start);
@@ -397,7 +399,7 @@ int main() {
               frames.script.whole, frames.raw.whole, frames.script.whole / frames.raw.whole, 1.10);
   std::printf("%-46s %10.1f %10.1f %8.2f %6.2f\n", "setPosition, ns per call", calls.creator,
               calls.bare, calls.creator / calls.bare, 1.3);
-  std::printf("%-46s %10.2f %10.2f %8.2f %6.2f\n", "createEngine to first pixels, ms",
-              first.script, first.raw, first.script / first.raw, 1.2);
+  std::printf("%-46s %10.2f %10.2f %8.2f %6.2f\n", "createEngine to first pixels, ms", first.script,
+              first.raw, first.script / first.raw, 1.2);
   return 0;
 }

@@ -311,10 +311,8 @@ std::string AppLaunch::launchArgument() const {
 NativeValue AppLaunch::systemInfo() const {
   const SystemFacts facts = systemFacts();
   NativeValue::Dict info{
-      {"app", kAppVersion},
-      {"platform", facts.platform},
-      {"arch", facts.arch},
-      {"backend", CreatorGLHandler::rendererBackend()},
+      {"app", kAppVersion},         {"platform", facts.platform},
+      {"arch", facts.arch},         {"backend", CreatorGLHandler::rendererBackend()},
       {"cpuCores", facts.cpuCores},
   };
   if (containerSize) {

@@ -60,8 +60,9 @@ void CreatorGLHandler::createEngine(const ScriptValue& features) {
   materialMap.clear();
   scene3d::init();
   if (holdsFeature(features, "uberarchive")) {
-    logLine("[creator-gl] createEngine: GLB support is not built in this version; "
-            "\"uberarchive\" is not loaded");
+    logLine(
+        "[creator-gl] createEngine: GLB support is not built in this version; "
+        "\"uberarchive\" is not loaded");
   }
   creatorUIStore.glCaptureSupport = holdsFeature(features, "capture");
 }
@@ -196,8 +197,8 @@ void CreatorGLHandler::traverse(uint32_t entity, ScriptValue function) {
 
 void CreatorGLHandler::requestCamera(ScriptValue resolve, ScriptValue reject) {
   // Script values stay on the main thread: the background block only carries them through.
-  auto answer = std::make_shared<std::pair<ScriptValue, ScriptValue>>(std::move(resolve),
-                                                                      std::move(reject));
+  auto answer =
+      std::make_shared<std::pair<ScriptValue, ScriptValue>>(std::move(resolve), std::move(reject));
   dispatch::BackgroundQueue::global().post([probe = cameraProbe, answer]() mutable {
     const bool available = probe ? probe() : desktop::hasCaptureCamera();
     dispatch::post([answer = std::move(answer), available] {

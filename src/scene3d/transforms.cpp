@@ -29,9 +29,8 @@ filament::TransformManager& transforms() {
 // The entity's transform, looked up once; an invalid instance, with the row's line, for an
 // entity that is dead or has none.
 filament::TransformManager::Instance liveTransform(const char* row, uint32_t entity) {
-  const auto instance =
-      state().engine && entity != 0 ? transforms().getInstance(entityOf(entity))
-                                    : filament::TransformManager::Instance();
+  const auto instance = state().engine && entity != 0 ? transforms().getInstance(entityOf(entity))
+                                                      : filament::TransformManager::Instance();
   if (!instance) reportOnce(row, entity, "unknown entity " + std::to_string(entity));
   return instance;
 }

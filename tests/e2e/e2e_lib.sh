@@ -19,3 +19,25 @@ mark_start() {
   touch "$stamp"
   sleep 0.01
 }
+# Lines of the output that must come in this order, other lines between them allowed.
+expect_order() {
+  local last=0 line number
+  for line in "$@"; do
+    number=$(grep -nxF -- "$line" "$out" | cut -d: -f1 | awk -v after="$last" '$1 > after' | head -n 1)
+    if [[ -z $number ]]; then
+      fail "not in order: $line"
+      return
+    fi
+    last=$number
+  done
+}
+# Ends the script: on a failure, with the run's output shown.
+finish() {
+  [[ $failed -eq 0 ]] || {
+    echo "--- standard output"
+    cat "$out"
+    echo "--- standard error"
+    cat "$err"
+  }
+  exit $failed
+}

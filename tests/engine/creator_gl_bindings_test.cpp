@@ -11,8 +11,8 @@
 #include "runtime/buffers.h"
 #include "scene3d/frame_loop.h"
 #include "scene3d/materials.h"
-#include "scene3d/scenes.h"
 #include "scene3d/scene3d_test_support.h"
+#include "scene3d/scenes.h"
 #include "test_support.h"
 #include "ui/ui_store.h"
 
@@ -58,7 +58,9 @@ class CreatorGLTest : public ::testing::Test {
 // An AR controller that records what it is asked.
 class FakeController : public ARController {
  public:
-  void setRootAnchor(uint32_t entity) override { calls.push_back("root " + std::to_string(entity)); }
+  void setRootAnchor(uint32_t entity) override {
+    calls.push_back("root " + std::to_string(entity));
+  }
   void addImageAnchor(uint32_t entity, Bytes image, float width) override {
     calls.push_back("image " + std::to_string(entity) + " " + std::to_string(image->size()) + " " +
                     std::to_string(static_cast<int>(width)));
@@ -180,10 +182,11 @@ TEST_F(CreatorGLTest, TransformsAndTheHierarchyCrossAsNumbersAndTypedArrays) {
       "_creator.setPosition(child, 0, 1, 0); var out = new Float32Array(3);"
       "_creator.getWorldPosition(child, out);");
   EXPECT_EQ(value("Array.from(out)"), "[1,3,3]");
-  EXPECT_EQ(value("[_creator.getParent(child) === parent, _creator.getChildCount(parent),"
-                  " _creator.getChildren(parent)[0] === child, _creator.getChild(parent, 0) === child,"
-                  " _creator.getChild(parent, 1), _creator.getName(child)]"),
-            "[true,1,true,true,0,\"wheel\"]");
+  EXPECT_EQ(
+      value("[_creator.getParent(child) === parent, _creator.getChildCount(parent),"
+            " _creator.getChildren(parent)[0] === child, _creator.getChild(parent, 0) === child,"
+            " _creator.getChild(parent, 1), _creator.getName(child)]"),
+      "[true,1,true,true,0,\"wheel\"]");
 
   run("var m = new Float32Array(16); m[0] = m[5] = m[10] = 2; m[15] = 1; m[12] = 5;"
       "_creator.setMatrix(parent, m); var back = new Float32Array(16);"
@@ -211,7 +214,9 @@ TEST_F(CreatorGLTest, TransformsAndTheHierarchyCrossAsNumbersAndTypedArrays) {
 TEST_F(CreatorGLTest, SetMeshWantsItsTypedArraysAndLeavesTheEntityAsItWasOtherwise) {
   const int64_t buffer = materialBuffer("unlit_color.filamat");
   run("_creator.createEngine([]); var e = _creator.createEntity();"
-      "var mat = _creator.createMaterial(" + std::to_string(buffer) + ");"
+      "var mat = _creator.createMaterial(" +
+      std::to_string(buffer) +
+      ");"
       "var p = new Float32Array([0,0,0, 1,0,0, 0,1,0]); var n = new Float32Array(9);"
       "var uv = new Float32Array(6); var ix = new Uint16Array([0, 1, 2]);");
   ::testing::internal::CaptureStdout();
@@ -243,11 +248,13 @@ TEST_F(CreatorGLTest, UpdateFunctionsRunEarlyThenLateAndMayCloseTheSceneMidFrame
       "_creator.setLateUpdate(function (dt) { log.push('late ' + dt); });");
   frame(1000);
   frame(1020);
-  EXPECT_EQ(value("log"), "[\"early 0\",\"late 0\",\"early 0.019999999552965164\","
-                          "\"late 0.019999999552965164\"]");
+  EXPECT_EQ(value("log"),
+            "[\"early 0\",\"late 0\",\"early 0.019999999552965164\","
+            "\"late 0.019999999552965164\"]");
 
   // A scene closed by the early function is neither updated late nor drawn.
-  run("log = []; _creator.setEarlyUpdate(function () { log.push('early'); _creator.closeScene(); });");
+  run("log = []; _creator.setEarlyUpdate(function () { log.push('early'); _creator.closeScene(); "
+      "});");
   frame(1040);
   EXPECT_EQ(value("log"), "[\"early\"]");
   EXPECT_FALSE(gl().currentSceneId);
@@ -315,9 +322,12 @@ TEST_F(CreatorGLTest, TexturesResolveWithTheirSizeAndStaleOrBadBuffersReject) {
   run("_creator.createEngine([]); var results = [];"
       "function ok(t, w, h) { results.push([t, w, h]); }"
       "function no(e) { results.push(String(e.message)); }"
-      "_creator.createTexture(" + std::to_string(image) + ", ok, no);"
+      "_creator.createTexture(" +
+      std::to_string(image) +
+      ", ok, no);"
       "_creator.createTexture(424242, ok, no);"
-      "_creator.createTexture(" + std::to_string(junk) + ", ok, no);");
+      "_creator.createTexture(" +
+      std::to_string(junk) + ", ok, no);");
   dispatch::pumpUntil([this] { return value("results.length") == "3"; }, 10);
   const std::string out = ::testing::internal::GetCapturedStdout();
   EXPECT_EQ(value("results[0]"), "\"Failed to create texture\"");  // the stale id, at once
@@ -332,7 +342,8 @@ TEST_F(CreatorGLTest, TraverseSurvivesACallbackThatDestroys) {
       "var a = _creator.createEntity(), b = _creator.createEntity(), c = _creator.createEntity();"
       "_creator.setParent(a, root, false); _creator.setParent(b, a, false);"
       "_creator.setParent(c, root, false); var seen = [];"
-      "_creator.traverse(root, function (e) { seen.push(e); if (e === a) _creator.destroyEntity(a); });");
+      "_creator.traverse(root, function (e) { seen.push(e); if (e === a) "
+      "_creator.destroyEntity(a); });");
   EXPECT_EQ(value("[seen.length, seen.indexOf(a) + 1 === seen.indexOf(b), seen.indexOf(c) >= 0]"),
             "[3,true,true]");
   EXPECT_EQ(value("_creator.getChildCount(root)"), "1");
@@ -356,19 +367,24 @@ TEST_F(CreatorGLTest, ARRowsUseARegisteredControllerAndIgnoreUnknownNames) {
   auto controller = std::make_shared<FakeController>();
   engine.registerARController("fake", [controller] { return controller; });
   const int64_t image = Buffers::putBuffer(std::make_shared<std::vector<uint8_t>>(5, 1));
-  run("_creator.createEngine([]); var s = _creator.createScene(); var cam = _creator.createEntity();"
+  run("_creator.createEngine([]); var s = _creator.createScene(); var cam = "
+      "_creator.createEntity();"
       "var t = _creator.createScene(); var out = [];"
       "_creator.createARController(t, cam, 'nobody', function () {});"
       "_creator.launchAR(t, function () { out.push('t ok'); }, function () { out.push('t no'); });"
       "_creator.createARController(s, cam, 'fake', function (e, on) { out.push([e, on]); });"
       "var root = _creator.createRootAnchor(s);"
-      "var anchor = _creator.createAnchor(s, 2, " + std::to_string(image) + ");"
+      "var anchor = _creator.createAnchor(s, 2, " +
+      std::to_string(image) +
+      ");"
       "var loose = _creator.createAnchor(s, 2, 999999);"
-      "_creator.launchAR(s, function () { out.push('s ok'); }, function () { out.push('s no'); });");
+      "_creator.launchAR(s, function () { out.push('s ok'); }, function () { out.push('s no'); "
+      "});");
   EXPECT_EQ(value("[_creator.getSceneMaterial(s), _creator.getSceneMaterial(t)]"), "[7,0]");
   EXPECT_EQ(value("out"), "[\"s ok\"]");
-  EXPECT_EQ(value("[_creator.isVisible(root), _creator.isVisible(anchor), _creator.isVisible(loose)]"),
-            "[false,false,true]");
+  EXPECT_EQ(
+      value("[_creator.isVisible(root), _creator.isVisible(anchor), _creator.isVisible(loose)]"),
+      "[false,false,true]");
   EXPECT_EQ(controller->sceneId, 0u);
   controller->anchorCallback(9, true);
   EXPECT_EQ(value("out[1]"), "[9,true]");

@@ -24,7 +24,8 @@ using scene3d_rows::needsEngine;
 
 // Native primitive indexes are unsigned; a negative one is out of every renderable's range.
 uint32_t primitiveIndex(int64_t primitive) {
-  return primitive < 0 ? UINT32_MAX : static_cast<uint32_t>(std::min<int64_t>(primitive, UINT32_MAX));
+  return primitive < 0 ? UINT32_MAX
+                       : static_cast<uint32_t>(std::min<int64_t>(primitive, UINT32_MAX));
 }
 
 // An out row: the native getter fills the script's array of at least `count` floats.
@@ -33,6 +34,13 @@ auto outRow(const char* row, size_t count) {
   return needsEngine(row, [row, count](uint32_t entity, ScriptValue out) {
     if (float* floats = floatsOut(row, entity, out, count)) Getter(entity, floats);
   });
+}
+
+// A uniform row: instance, parameter name, value.
+template <class T, void (*Setter)(int64_t, const std::string&, T)>
+auto uniformRow(const char* row) {
+  return needsEngine(
+      row, [](uint32_t instance, std::string name, T value) { Setter(instance, name, value); });
 }
 
 void addEngineRows(ExportTable& exports, CreatorGLHandler& handler) {
@@ -56,12 +64,14 @@ void addSceneRows(ExportTable& exports, CreatorGLHandler& handler) {
       .add("destroyEntity", needsEngine("destroyEntity", &scene3d::destoryEntity))
       .add("createScene",
            needsEngine("createScene", [] { return handleOf(scene3d::createScene()); }))
-      .add("attachCameraToAR", needsEngine("attachCameraToAR", [](uint32_t scene, uint32_t entity) {
-             scene3d::attachCameraToScene(scene, entity);
-           }))
-      .add("addEntityToScene", needsEngine("addEntityToScene", [](uint32_t scene, uint32_t entity) {
-             scene3d::addEntityToScene(scene, entity);
-           }))
+      .add("attachCameraToAR", needsEngine("attachCameraToAR",
+                                           [](uint32_t scene, uint32_t entity) {
+                                             scene3d::attachCameraToScene(scene, entity);
+                                           }))
+      .add("addEntityToScene", needsEngine("addEntityToScene",
+                                           [](uint32_t scene, uint32_t entity) {
+                                             scene3d::addEntityToScene(scene, entity);
+                                           }))
       // The scene id is not read: the entity leaves the scene it is in.
       .add("removeEntityFromScene",
            needsEngine("removeEntityFromScene",
@@ -73,51 +83,56 @@ void addSceneRows(ExportTable& exports, CreatorGLHandler& handler) {
       .add("setPosition", needsEngine("setPosition", &scene3d::setPosition))
       .add("setQuaternion", needsEngine("setQuaternion", &scene3d::setQuaternion))
       .add("setEulerAngles",
-           needsEngine("setEulerAngles", [](uint32_t entity, float x, float y, float z,
-                                            uint8_t order) {
-             scene3d::setEulerAngles(entity, x, y, z, order);
-           }))
+           needsEngine("setEulerAngles",
+                       [](uint32_t entity, float x, float y, float z, uint8_t order) {
+                         scene3d::setEulerAngles(entity, x, y, z, order);
+                       }))
       .add("setScale", needsEngine("setScale", &scene3d::setScale))
-      .add("setMatrix", needsEngine("setMatrix", [](uint32_t entity, ScriptValue matrix) {
-             if (const float* floats = floatsIn("setMatrix", entity, matrix, 16)) {
-               scene3d::setMatrix(entity, floats);
-             }
-           }))
+      .add("setMatrix",
+           needsEngine("setMatrix",
+                       [](uint32_t entity, ScriptValue matrix) {
+                         if (const float* floats = floatsIn("setMatrix", entity, matrix, 16)) {
+                           scene3d::setMatrix(entity, floats);
+                         }
+                       }))
       .add("getMatrix", outRow<&scene3d::getMatrix>("getMatrix", 16))
       .add("getWorldMatrix", outRow<&scene3d::getWorldMatrix>("getWorldMatrix", 16))
       .add("getWorldPosition", outRow<&scene3d::getWorldPosition>("getWorldPosition", 3))
       .add("getWorldDirection",
-           needsEngine("getWorldDirection", [](uint32_t entity, uint8_t axis, ScriptValue out) {
-             if (float* floats = floatsOut("getWorldDirection", entity, out, 3)) {
-               scene3d::getWorldDirection(entity, axis, floats);
-             }
-           }))
+           needsEngine("getWorldDirection",
+                       [](uint32_t entity, uint8_t axis, ScriptValue out) {
+                         if (float* floats = floatsOut("getWorldDirection", entity, out, 3)) {
+                           scene3d::getWorldDirection(entity, axis, floats);
+                         }
+                       }))
       .add("getWorldMatrixInverse",
            outRow<&scene3d::getWorldMatrixInverse>("getWorldMatrixInverse", 16))
       .add("getCameraViewDirection",
-           needsEngine("getCameraViewDirection", [](uint32_t scene, float x, float y,
-                                                    ScriptValue out) {
-             if (float* floats = floatsOut("getCameraViewDirection", scene, out, 3)) {
-               scene3d::getCameraViewDirection(scene, x, y, floats);
-             }
-           }))
+           needsEngine("getCameraViewDirection",
+                       [](uint32_t scene, float x, float y, ScriptValue out) {
+                         if (float* floats = floatsOut("getCameraViewDirection", scene, out, 3)) {
+                           scene3d::getCameraViewDirection(scene, x, y, floats);
+                         }
+                       }))
       .add("setParent", needsEngine("setParent", &scene3d::setParent))
       .add("setParentNull", needsEngine("setParentNull", &scene3d::setParentNull))
       .add("getParent", needsEngine("getParent", &scene3d::getParent))
       .add("getChildCount", needsEngine("getChildCount", &scene3d::getChildCount))
-      .add("getChild", needsEngine("getChild", [](uint32_t entity, uint16_t index) {
-             return scene3d::getChild(entity, index);
-           }))
-      .add("getChildren", needsEngine("getChildren", [](uint32_t entity) {
-             std::vector<uint32_t> children(scene3d::getChildCount(entity));
-             children.resize(scene3d::getChildrenIter(entity, children.data(), 0,
-                                                      static_cast<uint32_t>(children.size())));
-             return NativeValue(NativeValue::Array(children.begin(), children.end()));
-           }))
+      .add("getChild",
+           needsEngine("getChild", [](uint32_t entity,
+                                      uint16_t index) { return scene3d::getChild(entity, index); }))
+      .add("getChildren",
+           needsEngine("getChildren",
+                       [](uint32_t entity) {
+                         std::vector<uint32_t> children(scene3d::getChildCount(entity));
+                         children.resize(scene3d::getChildrenIter(
+                             entity, children.data(), 0, static_cast<uint32_t>(children.size())));
+                         return NativeValue(NativeValue::Array(children.begin(), children.end()));
+                       }))
       .add("getName", needsEngine("getName", &scene3d::getName))
-      .add("setName", needsEngine("setName", [](uint32_t entity, std::string name) {
-             scene3d::setName(entity, name);
-           }))
+      .add("setName",
+           needsEngine("setName",
+                       [](uint32_t entity, std::string name) { scene3d::setName(entity, name); }))
       .add("traverse", needsEngine("traverse", [gl](uint32_t entity, ScriptValue function) {
              gl->traverse(entity, std::move(function));
            }));
@@ -127,75 +142,70 @@ void addMaterialRows(ExportTable& exports, CreatorGLHandler& handler) {
   CreatorGLHandler* gl = &handler;
   exports
       .add("createMaterial",
-           needsEngine("createMaterial", [gl](int64_t buffer) { return gl->createMaterial(buffer); }))
-      .add("setMaterial",
-           needsEngine("setMaterial", [](uint32_t entity, uint32_t instance, int64_t primitive) {
-             scene3d::setMaterial(entity, instance, primitiveIndex(primitive));
-           }))
-      .add("getMaterial", needsEngine("getMaterial", [](uint32_t entity, int64_t primitive) {
-             return handleOf(scene3d::getMaterial(entity, primitiveIndex(primitive)));
-           }))
-      .add("setUniformColor",
-           needsEngine("setUniformColor", [](uint32_t instance, std::string name, uint32_t rgb) {
-             scene3d::setUniformRgb(instance, name, rgb);
-           }))
-      .add("setUniformRgb",
-           needsEngine("setUniformRgb", [](uint32_t instance, std::string name, uint32_t rgb) {
-             scene3d::setUniformRgb(instance, name, rgb);
-           }))
-      .add("setUniformRgba",
-           needsEngine("setUniformRgba", [](uint32_t instance, std::string name, uint32_t rgba) {
-             scene3d::setUniformRgba(instance, name, rgba);
-           }))
-      .add("setUniformFloat",
-           needsEngine("setUniformFloat", [](uint32_t instance, std::string name, float value) {
-             scene3d::setUniformFloat(instance, name, value);
-           }))
-      .add("setUniformBoolean",
-           needsEngine("setUniformBoolean", [](uint32_t instance, std::string name, bool value) {
-             scene3d::setUniformBoolean(instance, name, value);
-           }))
-      .add("setUniformArray", needsEngine("setUniformArray", [](uint32_t instance,
-                                                                std::string name,
-                                                                ScriptValue values) {
-             // An ArrayBuffer counts as floats, four bytes each.
-             if (const auto bytes = values.arrayBuffer()) {
-               scene3d::setUniformArray(instance, name, static_cast<const float*>(bytes->data),
-                                        bytes->byteLength / 4);
-             } else if (size_t length = 0;
-                        const float* floats = floatsIn("setUniformArray", instance, values, 0,
-                                                       &length)) {
-               scene3d::setUniformArray(instance, name, floats, length);
-             }
-           }))
-      .add("setUniformTexture",
-           needsEngine("setUniformTexture", [](uint32_t instance, std::string name,
+           needsEngine("createMaterial",
+                       [gl](int64_t buffer) { return gl->createMaterial(buffer); }))
+      .add("setMaterial", needsEngine("setMaterial",
+                                      [](uint32_t entity, uint32_t instance, int64_t primitive) {
+                                        scene3d::setMaterial(entity, instance,
+                                                             primitiveIndex(primitive));
+                                      }))
+      .add("getMaterial",
+           needsEngine("getMaterial",
+                       [](uint32_t entity, int64_t primitive) {
+                         return handleOf(scene3d::getMaterial(entity, primitiveIndex(primitive)));
+                       }))
+      .add("setUniformColor", uniformRow<uint32_t, &scene3d::setUniformRgb>("setUniformColor"))
+      .add("setUniformRgb", uniformRow<uint32_t, &scene3d::setUniformRgb>("setUniformRgb"))
+      .add("setUniformRgba", uniformRow<uint32_t, &scene3d::setUniformRgba>("setUniformRgba"))
+      .add("setUniformFloat", uniformRow<float, &scene3d::setUniformFloat>("setUniformFloat"))
+      .add("setUniformBoolean", uniformRow<bool, &scene3d::setUniformBoolean>("setUniformBoolean"))
+      .add("setUniformArray",
+           needsEngine("setUniformArray",
+                       [](uint32_t instance, std::string name, ScriptValue values) {
+                         // An ArrayBuffer counts as floats, four bytes each.
+                         if (const auto bytes = values.arrayBuffer()) {
+                           scene3d::setUniformArray(instance, name,
+                                                    static_cast<const float*>(bytes->data),
+                                                    bytes->byteLength / 4);
+                         } else if (size_t length = 0;
+                                    const float* floats =
+                                        floatsIn("setUniformArray", instance, values, 0, &length)) {
+                           scene3d::setUniformArray(instance, name, floats, length);
+                         }
+                       }))
+      .add("setUniformTexture", needsEngine("setUniformTexture",
+                                            [](uint32_t instance, std::string name,
                                                uint32_t texture, uint8_t wrapS, uint8_t wrapT) {
-             scene3d::setUniformTexture(instance, name.c_str(), texture, wrapS, wrapT);
-           }))
-      .add("createTexture", needsEngine("createTexture", [gl](int64_t buffer, ScriptValue resolve,
-                                                              ScriptValue reject) {
-             gl->createTexture(buffer, std::move(resolve), std::move(reject));
-           }))
+                                              scene3d::setUniformTexture(instance, name.c_str(),
+                                                                         texture, wrapS, wrapT);
+                                            }))
+      .add("createTexture",
+           needsEngine("createTexture",
+                       [gl](int64_t buffer, ScriptValue resolve, ScriptValue reject) {
+                         gl->createTexture(buffer, std::move(resolve), std::move(reject));
+                       }))
       // Canvas surfaces do not exist in this build; the rows say so once and do nothing.
-      .add("createTextureFromCanvas", needsEngine("createTextureFromCanvas", [](int64_t surface) {
-             scene3d::reportOnce("createTextureFromCanvas", surface,
-                                 "canvas surfaces are not built in this version");
-             return 0;
-           }))
+      .add("createTextureFromCanvas",
+           needsEngine("createTextureFromCanvas",
+                       [](int64_t surface) {
+                         scene3d::reportOnce("createTextureFromCanvas", surface,
+                                             "canvas surfaces are not built in this version");
+                         return 0;
+                       }))
       .add("updateTextureFromCanvas",
-           needsEngine("updateTextureFromCanvas", [](uint32_t, int64_t surface) {
-             scene3d::reportOnce("updateTextureFromCanvas", surface,
-                                 "canvas surfaces are not built in this version");
-           }))
+           needsEngine("updateTextureFromCanvas",
+                       [](uint32_t, int64_t surface) {
+                         scene3d::reportOnce("updateTextureFromCanvas", surface,
+                                             "canvas surfaces are not built in this version");
+                       }))
       .add("setCulling", needsEngine("setCulling", &scene3d::setCulling))
       .add("setReceiveShadows", needsEngine("setReceiveShadows", &scene3d::setReceiveShadows))
       .add("setCastShadows", needsEngine("setCastShadows", &scene3d::setCastShadows))
       .add("hasMesh", needsEngine("hasMesh", &scene3d::hasMesh))
-      .add("setMesh", needsEngine("setMesh", [](uint32_t entity, uint32_t instance,
-                                                ScriptValue positions, ScriptValue normals,
-                                                ScriptValue indices, ScriptValue uvs,
-                                                uint8_t primitive) {
+      .add("setMesh",
+           needsEngine("setMesh", [](uint32_t entity, uint32_t instance, ScriptValue positions,
+                                     ScriptValue normals, ScriptValue indices, ScriptValue uvs,
+                                     uint8_t primitive) {
              size_t positionCount = 0, normalCount = 0, indexCount = 0, uvCount = 0;
              const float* p = floatsIn("setMesh", entity, positions, 0, &positionCount);
              const float* n = p ? floatsIn("setMesh", entity, normals, 0, &normalCount) : nullptr;
@@ -222,23 +232,24 @@ void addARRows(ExportTable& exports, CreatorGLHandler& handler) {
                        [gl](uint32_t scene, uint32_t camera, std::string name, ScriptValue fn) {
                          gl->createARController(scene, camera, name, std::move(fn));
                        }))
-      .add("createRootAnchor", needsEngine("createRootAnchor", [gl](uint32_t scene) {
-             return gl->createRootAnchor(scene);
-           }))
-      .add("createAnchor",
-           needsEngine("createAnchor", [gl](uint32_t scene, float width, int64_t buffer) {
-             return gl->createAnchor(scene, width, buffer);
-           }))
-      .add("getSceneMaterial", needsEngine("getSceneMaterial", [gl](uint32_t scene) {
-             return gl->getSceneMaterial(scene);
-           }))
-      .add("requestCamera", [gl](ScriptValue resolve, ScriptValue reject) {
-        gl->requestCamera(std::move(resolve), std::move(reject));
-      })
-      .add("launchAR",
-           needsEngine("launchAR", [gl](uint32_t scene, ScriptValue resolve, ScriptValue reject) {
-             gl->launchAR(scene, std::move(resolve), std::move(reject));
-           }))
+      .add("createRootAnchor",
+           needsEngine("createRootAnchor",
+                       [gl](uint32_t scene) { return gl->createRootAnchor(scene); }))
+      .add("createAnchor", needsEngine("createAnchor",
+                                       [gl](uint32_t scene, float width, int64_t buffer) {
+                                         return gl->createAnchor(scene, width, buffer);
+                                       }))
+      .add("getSceneMaterial",
+           needsEngine("getSceneMaterial",
+                       [gl](uint32_t scene) { return gl->getSceneMaterial(scene); }))
+      .add("requestCamera",
+           [gl](ScriptValue resolve, ScriptValue reject) {
+             gl->requestCamera(std::move(resolve), std::move(reject));
+           })
+      .add("launchAR", needsEngine("launchAR",
+                                   [gl](uint32_t scene, ScriptValue resolve, ScriptValue reject) {
+                                     gl->launchAR(scene, std::move(resolve), std::move(reject));
+                                   }))
       .add("stopAR", needsEngine("stopAR", [gl] { gl->stopAR(); }))
       .addProperty("backend", [gl] { return gl->backend; });
 }

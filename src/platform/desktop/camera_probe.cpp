@@ -20,7 +20,7 @@ bool capturesVideo(const std::string& path) {
   if (!answered) return false;
   // A device node may stand for one function of a multi-function device.
   const uint32_t caps = (capability.capabilities & V4L2_CAP_DEVICE_CAPS) ? capability.device_caps
-                                                                          : capability.capabilities;
+                                                                         : capability.capabilities;
   return (caps & (V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_VIDEO_CAPTURE_MPLANE)) != 0;
 }
 
