@@ -15,6 +15,7 @@
 #include "scene3d/scenes.h"
 #include "scene3d/warm_up.h"
 #include "ui/ui_store.h"
+#include "viewer/creator_gl_view.h"
 
 namespace talvero {
 
@@ -128,6 +129,26 @@ void CreatorGLHandler::warmStep(int64_t scene, std::shared_ptr<ScriptValue> onRe
     return;
   }
   retry(kWarmPoll, true);
+}
+
+void CreatorGLHandler::captureImage(ScriptValue resolve, ScriptValue reject) {
+  const std::shared_ptr<toolkit::View> view =
+      creatorUIStore.onGetGLView ? creatorUIStore.onGetGLView() : nullptr;
+  auto* glView = dynamic_cast<CreatorGLView*>(view.get());
+  if (!glView) {
+    call_reject(reject, "Scene did not open");
+    return;
+  }
+  glView->captureImageCallback = [resolve, reject](std::optional<std::vector<uint8_t>> png) {
+    if (!png) {
+      call_reject(reject, "Failed to capture image");
+      return;
+    }
+    const size_t size = png->size();
+    const int64_t id =
+        Buffers::putBuffer(std::make_shared<const std::vector<uint8_t>>(std::move(*png)));
+    resolve.call({id, "image.png", size});
+  };
 }
 
 int64_t CreatorGLHandler::createMaterial(int64_t bufferId) {

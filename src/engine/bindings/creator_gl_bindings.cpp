@@ -54,7 +54,11 @@ void addEngineRows(ExportTable& exports, CreatorGLHandler& handler) {
            })
       .add("warmRender", needsEngine("warmRender", [gl](uint32_t scene, ScriptValue onReady) {
              gl->warmRender(scene, std::move(onReady));
-           }));
+           }))
+      // The first argument has no meaning: the view's next frame is captured.
+      .add("captureImage", [gl](ScriptValue, ScriptValue resolve, ScriptValue reject) {
+        gl->captureImage(std::move(resolve), std::move(reject));
+      });
 }
 
 void addSceneRows(ExportTable& exports, CreatorGLHandler& handler) {
