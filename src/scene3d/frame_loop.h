@@ -12,7 +12,7 @@ namespace talvero::scene3d {
 
 using UpdateFunction = std::function<void(float dt)>;
 
-// One drawn frame's pixels as the GPU gives them: RGBA, 4 bytes a pixel, the bottom row first.
+// One drawn frame's pixels as the renderer gives them: RGBA, 4 bytes a pixel, the top row first.
 struct FramePixels {
   uint32_t width = 0;
   uint32_t height = 0;
@@ -56,7 +56,7 @@ void renderReadingBack(int64_t timeMs, FramePixelsHandler onPixels);
 // `render`, then waits for this frame's own pixels as `render_to_offscreen` does: nothing when no
 // frame was drawn or its pixels did not come back.
 std::optional<FramePixels> renderAndWaitForPixels(int64_t timeMs);
-// Draws the open scene and reads its pixels (RGBA, top row last as the GPU gives them) into
+// Draws the open scene and reads its pixels (RGBA, top row first, as `FramePixels`) into
 // `rgba`, which holds width × height × 4 bytes of the view's viewport; waits for them. Only
 // GLB animations move; the caller has had true from `beginFrame`.
 void render_to_offscreen(int64_t timeMs, uint8_t* rgba);

@@ -33,7 +33,7 @@ class RecordingRenderView : public RenderView {
   void joinedWindow() override { ++joins; }
   void leftWindow() override { ++leaves; }
   void pixelSizeChanged(int width, int height) override { sizes.emplace_back(width, height); }
-  void frame() override { ++frames; }
+  void renderFrame() override { ++frames; }
 };
 
 // Runs `body` with a 200 x 100 window on screen, on the application's real main loop.
@@ -112,7 +112,7 @@ class SelfRemovingView : public RenderView {
   bool* destroyedDuringFrame = nullptr;
 
  protected:
-  void frame() override {
+  void renderFrame() override {
     removeFromSuperview();
     owner->reset();
     *destroyedDuringFrame = *destroyed;

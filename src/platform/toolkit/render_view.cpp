@@ -77,7 +77,7 @@ void RenderView::deliverFrame() {
     lastPixelHeight_ = height;
     pixelSizeChanged(width, height);
   }
-  frame();
+  renderFrame();
 }
 
 void RenderView::drawContent(DrawContext& context) {

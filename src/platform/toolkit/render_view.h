@@ -46,7 +46,7 @@ class RenderView : public View {
   // Before a frame whose pixel size differs from the previous frame's; both sides may be 0.
   virtual void pixelSizeChanged(int /*width*/, int /*height*/) {}
   // Once per frame of the display while the view is in a window and shown.
-  virtual void frame() {}
+  virtual void renderFrame() {}
 
  private:
   static void widgetRealized(void* widget, void* self);
