@@ -78,9 +78,10 @@ void CreatorGLView::show(const scene3d::FramePixels& pixels) {
 void CreatorGLView::renderFrame() {
   if (store_.renderPaused || !ensureSwapChain() || !scene3d::beginFrame()) return;
   framing_ = true;
+  const uint64_t begunIn = swapChain_;
   animations_.tick();
   // The clock's loops run script, which may have replaced the engine and its swap chain with it.
-  if (scene3d::swapChainId() == swapChain_) {
+  if (scene3d::swapChainId() == begunIn) {
     const auto timeMs = static_cast<int64_t>(animations_.now() * 1000);
     CaptureCallback capture = std::exchange(captureImageCallback, nullptr);
     std::optional<std::vector<uint8_t>> png;

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "platform/dispatch/main_queue.h"
+#include "platform/script/export_table.h"
 #include "platform/script/script_context.h"
 #include "platform/toolkit/image.h"
 #include "platform/toolkit/snapshot.h"
@@ -48,7 +49,18 @@ class GLViewTest : public ::testing::Test {
     openRedOverSky();
     animations = std::make_shared<AnimationManager>([this] { return clock; });
     script = ScriptContext::create();
-    script.evaluate("var ticks = 0; function loop() { ticks++; }");
+    // The clock's loop counts its ticks and runs `onTick` once when given one, as a script's
+    // frame callback may take the view away or make a new engine.
+    ExportTable native;
+    native.add("leave", [this] { view->removeFromSuperview(); });
+    native.add("newEngine", [this] {
+      scene3d::init();
+      openRedOverSky();
+    });
+    native.installGlobals(script);
+    script.evaluate(
+        "var ticks = 0, onTick = null;"
+        "function loop() { ticks++; var once = onTick; onTick = null; if (once) once(); }");
     animations->addLoop(1, script.globalObject().get("loop"));
   }
   void TearDown() override {
@@ -241,6 +253,32 @@ TEST_F(GLViewTest, ASwapChainMadeBySomeoneElseOrANewEngineIsReplacedAtTheNextFra
     EXPECT_NE(scene3d::swapChainId(), 0u);
     const toolkit::Bitmap shown = toolkit::renderView(*view);
     EXPECT_EQ(at(shown, 120, 10), kRed);
+  });
+}
+
+TEST_F(GLViewTest, AViewTakenAwayByTheClockDuringItsFrameEndsThatFrameThenFreesItsSwapChain) {
+  view = std::make_shared<CreatorGLView>(store, *animations);
+  inWindow([&](toolkit::Window&) {
+    ASSERT_TRUE(until([&] { return view->frameImage() != nullptr; }));
+    clock = 700;
+    script.evaluate("onTick = leave;");
+    ASSERT_TRUE(until([&] { return !view->inWindow(); }));
+    EXPECT_EQ(scene3d::lastFrameTime(), 700000);  // drawn after the tick that took it away
+    EXPECT_EQ(scene3d::swapChainId(), 0u);
+    EXPECT_TRUE(animations->displayLinkRunning());
+  });
+}
+
+TEST_F(GLViewTest, AnEngineReplacedByTheClockDuringAFrameIsDrawnFromTheNextFrame) {
+  view = std::make_shared<CreatorGLView>(store, *animations);
+  inWindow([&](toolkit::Window&) {
+    ASSERT_TRUE(until([&] { return view->frameImage() != nullptr; }));
+    script.evaluate("onTick = newEngine;");
+    ASSERT_TRUE(until([&] { return script.globalObject().get("onTick").isNull(); }));
+    view->clearFrameImage();
+    clock = 800;
+    ASSERT_TRUE(until([&] { return scene3d::lastFrameTime() == 800000 && view->frameImage(); }));
+    EXPECT_EQ(at(toolkit::renderView(*view), 120, 10), kRed);
   });
 }
 
