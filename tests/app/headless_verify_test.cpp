@@ -18,7 +18,6 @@
 #include "platform/toolkit/window.h"
 #include "runtime/animation_manager.h"
 #include "scene3d/frame_loop.h"
-#include "scene3d/materials.h"
 #include "scene3d/scenes.h"
 #include "scene3d_test_support.h"
 #include "scratch_dir.h"
@@ -65,24 +64,6 @@ TEST(SnapshotContent, MoreThanOnePixelInFiveHundredMustStandOut) {
   EXPECT_TRUE(hasContent(bitmap));
 }
 
-// A square of side `size` centred at (x, y) at depth -2 in the unlit colour `rgba`.
-void addSquare(int64_t scene, float x, float y, float size, uint32_t rgba) {
-  const std::vector<uint8_t> package = scene3d::testing::readMaterial("unlit_color.filamat");
-  const int64_t instance =
-      scene3d::createMaterialInstance(scene3d::createMaterial(package.data(), package.size()));
-  scene3d::setUniformRgba(instance, "baseColor", rgba);
-  const float h = size / 2;
-  const float positions[] = {x - h, y - h, -2, x + h, y - h, -2,
-                             x + h, y + h, -2, x - h, y + h, -2};
-  const float normals[] = {0, 0, 1, 0, 0, 1, 0, 0, 1, 0, 0, 1};
-  const float uvs[] = {0, 0, 1, 0, 1, 1, 0, 1};
-  const uint16_t indices[] = {0, 1, 2, 0, 2, 3};
-  const uint32_t entity = scene3d::createEntity();
-  ASSERT_TRUE(
-      scene3d::createMesh(entity, instance, positions, 12, normals, 12, indices, 6, uvs, 8, 0));
-  scene3d::addEntityToScene(scene, entity);
-}
-
 // A new engine with an open scene under a camera at the origin looking down -z: the sky alone,
 // or a red square of side 1 in the middle with a small blue one up and to the left.
 void openNativeScene(bool withSquares) {
@@ -93,8 +74,9 @@ void openNativeScene(bool withSquares) {
   scene3d::attachCameraToScene(scene, camera);
   scene3d::openScene(scene);
   if (!withSquares) return;
-  addSquare(scene, 0, 0, 1, 0xFF0000FF);
-  addSquare(scene, -1.2f, 0.8f, 0.3f, 0x0000FFFF);
+  using scene3d::testing::addQuad, scene3d::testing::unlitColour;
+  addQuad(scene, unlitColour(0xFF0000FF), -0.5f, -0.5f, 0.5f, 0.5f, -2);
+  addQuad(scene, unlitColour(0x0000FFFF), -1.35f, 0.65f, -1.05f, 0.95f, -2);
 }
 
 using Pixel = std::array<int, 3>;

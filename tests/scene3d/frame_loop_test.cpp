@@ -108,9 +108,7 @@ TEST_F(Scene3DTest, PipelinedPixelsArriveOnTheMainThreadAndMatchAnOffscreenRende
 }
 
 TEST_F(Scene3DTest, AWaitedFrameGivesItsOwnPixelsNotThoseOfAFrameStillOnItsWay) {
-  const std::vector<uint8_t> package = testing::readMaterial("unlit_color.filamat");
-  const int64_t instance = createMaterialInstance(createMaterial(package.data(), package.size()));
-  setUniformRgba(instance, "baseColor", 0xFF0000FF);
+  const int64_t instance = testing::unlitColour(0xFF0000FF);
   meshSquare(-2, instance);
   auto arrivals = std::make_shared<Arrivals>();
   for (int64_t t = 1000; t < 1000 + 16 * 3; t += 16) {
@@ -147,17 +145,8 @@ TEST_F(Scene3DTest, ReadsStillOnTheirWayWhenTheEngineGoesAreDeliveredOrDropped) 
 }
 
 TEST_F(Scene3DTest, PixelsReadBackComeTopRowFirst) {
-  const std::vector<uint8_t> package = testing::readMaterial("unlit_color.filamat");
-  const int64_t instance = createMaterialInstance(createMaterial(package.data(), package.size()));
-  setUniformRgba(instance, "baseColor", 0xFF0000FF);
   // A quad above the camera's axis: the upper part of the picture.
-  const float positions[] = {-3, 0.3f, -2, 3, 0.3f, -2, 3, 3, -2, -3, 3, -2};
-  const float normals[] = {0, 0, 1, 0, 0, 1, 0, 0, 1, 0, 0, 1};
-  const float uvs[] = {0, 0, 1, 0, 1, 1, 0, 1};
-  const uint16_t indices[] = {0, 1, 2, 0, 2, 3};
-  const uint32_t quad = createEntity();
-  ASSERT_TRUE(createMesh(quad, instance, positions, 12, normals, 12, indices, 6, uvs, 8, 0));
-  addEntityToScene(scene, quad);
+  testing::addQuad(scene, testing::unlitColour(0xFF0000FF), -3, 0.3f, 3, 3, -2);
   const std::vector<uint8_t> pixels = draw();
   EXPECT_EQ(pixelAt(pixels, 32, 2), (std::vector<int>{255, 0, 0, 255}));
   EXPECT_EQ(pixelAt(pixels, 32, 61), (std::vector<int>{26, 64, 145, 255}));
@@ -165,21 +154,6 @@ TEST_F(Scene3DTest, PixelsReadBackComeTopRowFirst) {
   ASSERT_TRUE(testing::whenFrameBegins([&] { waited = renderAndWaitForPixels(2000); }));
   ASSERT_TRUE(waited);
   EXPECT_EQ(waited->rgba, pixels);
-}
-
-TEST_F(Scene3DTest, EverySwapChainHasANewIdAndNoneIsZero) {
-  const uint64_t first = swapChainId();
-  EXPECT_NE(first, 0u);
-  createSwapChainHeadless(32, 32);
-  const uint64_t second = swapChainId();
-  EXPECT_NE(second, 0u);
-  EXPECT_NE(second, first);
-  destroySwapChain();
-  EXPECT_EQ(swapChainId(), 0u);
-  createSwapChainHeadless(64, 64);
-  EXPECT_NE(swapChainId(), second);
-  init();  // a new engine: the old one's swap chain went with it
-  EXPECT_EQ(swapChainId(), 0u);
 }
 
 TEST(Scene3DEngine, WithoutADisplayThereIsOneErrorLineAndNoEngine) {

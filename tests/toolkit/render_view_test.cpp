@@ -173,36 +173,5 @@ TEST(RenderViewImage, TheFrameImageIsStretchedOverTheBoundsAndReplacedByTheNextO
   EXPECT_EQ(at(renderView(*view), 20, 10), (Pixel{0, 0, 0, 0}));
 }
 
-TEST(RenderViewImage, TheFrameShowsInASnapshotOfTheWindowThatHoldsIt) {
-  ASSERT_TRUE(initToolkit()) << "no display: run the tests under xvfb-run";
-  auto view = std::make_shared<RecordingRenderView>();
-  view->setFrame({{100, 0}, {100, 100}});
-  withWindow([&](Window& window) {
-    window.contentView()->layer().setBackgroundColor(Color{1, 1, 1, 1});
-    window.contentView()->addSubview(view);
-    ASSERT_TRUE(dispatch::pumpUntil([&] { return view->frames >= 1; }, kPatience));
-    const std::vector<uint8_t> pixels = quarters();
-    view->setFrameImage(2, 2, 12, pixels.data());
-    const Bitmap shown = renderView(*window.contentView());
-    EXPECT_EQ(at(shown, 50, 50), (Pixel{255, 255, 255, 255}));
-    EXPECT_EQ(at(shown, 110, 10), (Pixel{255, 0, 0, 255}));
-    EXPECT_EQ(at(shown, 190, 90), (Pixel{0, 0, 0, 255}));
-  });
-}
-
-TEST(PngEncoding, BytesDecodeBackToTheSamePixels) {
-  ASSERT_TRUE(initToolkit()) << "no display: run the tests under xvfb-run";
-  Bitmap bitmap{3, 2, {}};
-  for (int i = 0; i < 6; ++i) bitmap.rgba.insert(bitmap.rgba.end(), {uint8_t(i * 40), 7, 9, 255});
-  const std::vector<uint8_t> png = encodePng(bitmap);
-  ASSERT_GT(png.size(), 8u);
-  EXPECT_EQ(png[1], 'P');
-  const auto image = Image::decode(png.data(), png.size());
-  ASSERT_NE(image, nullptr);
-  EXPECT_EQ(image->width(), 3);
-  EXPECT_EQ(image->rgba(), bitmap.rgba);
-  EXPECT_TRUE(encodePng(Bitmap{}).empty());
-}
-
 }  // namespace
 }  // namespace talvero::toolkit
