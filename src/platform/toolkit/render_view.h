@@ -33,8 +33,8 @@ class RenderView : public View {
 
   void drawContent(DrawContext& context) override;
 
-  // Runs one frame of the display clock, as the clock does: the size hook first when the pixel
-  // size changed since the last frame, then the frame hook. For the toolkit and for tests.
+  // One frame of the display clock: the size hook first when the pixel size changed since the
+  // last frame, then the frame hook. Called by the clock; a host may drive frames by hand.
   void deliverFrame();
 
  protected:
