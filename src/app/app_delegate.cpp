@@ -17,7 +17,7 @@ constexpr double kVerifyHeight = 600;
 
 AppDelegate::AppDelegate(std::vector<std::string> argv, std::string bundle)
     : engine(std::make_unique<TalveroEngine>()),
-      host(engine->creatorUI()),
+      host(engine->creatorUI(), engine->animationManager()),
       launch_(*engine, std::move(bundle), std::move(argv), executableDirectory()) {
   const LaunchFlags flags = readLaunchFlags(launch_.argv());
   headlessVerify = flags.verify;
@@ -62,7 +62,7 @@ int AppDelegate::runVerification() {
   // The bundle test renders scenes offscreen only; the launcher test builds their views.
   host.buildsSceneViews = headlessVerifyLauncher;
   wireEngine();
-  HeadlessVerify verify(engine->creatorUI(), launch_, host);
+  HeadlessVerify verify(engine->creatorUI(), engine->animationManager(), launch_, host);
   verify.snapshotFolder = snapshotFolder;
   return headlessVerifyLauncher ? verify.verifyLauncher() : verify.verifyBundle();
 }

@@ -1,12 +1,14 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 
 #include "platform/toolkit/snapshot.h"
 
 namespace talvero {
 
+class AnimationManager;
 class AppLaunch;
 class CreatorUIStore;
 class HostViews;
@@ -17,16 +19,25 @@ size_t countDifferingPixels(const toolkit::Bitmap& bitmap);
 // More than one pixel in 500 stands out: a flat picture of any colour is empty.
 bool hasContent(const toolkit::Bitmap& bitmap);
 
+// Renders the open 3D scene offscreen at `width` × `height` pixels: 8 frames to settle, one read
+// back, 6 more after it, each frame ticking `animations` and moving the frame loop's clock on by
+// 16 ms. Writes the picture read, upright, to `pngPath` and gives the count of its pixels that
+// differ from the first. Leaves its own swap chain in place; a scene view on screen makes its own
+// again at its next frame.
+size_t renderCurrentSceneHeadless(AnimationManager& animations, uint32_t width, uint32_t height,
+                                  const std::string& pngPath);
+
 // The self-test modes: they drive the real engine and scripts through the UI store's test
 // hooks in a container without a window, write PNG files, log one line per check and give
 // the process's exit status. Main thread only; the main loop is pumped by hand.
 class HeadlessVerify {
  public:
   // The host's container exists and the engine is wired.
-  HeadlessVerify(CreatorUIStore& store, AppLaunch& launch, HostViews& host);
+  HeadlessVerify(CreatorUIStore& store, AnimationManager& animations, AppLaunch& launch,
+                 HostViews& host);
 
-  // "--verify": "bundle.js", its screen typed into, clicked, routed, dismissed and dragged.
-  // 0 or 1.
+  // "--verify": "bundle.js", its screen typed into, clicked, routed, dismissed and dragged, its 3D
+  // scene rendered, dragged through and rendered again. 0 or 1.
   int verifyBundle();
   // "--verify-launcher": the launcher's first screen, its first button, the keyboard. 0 or 1.
   int verifyLauncher();
@@ -51,9 +62,13 @@ class HeadlessVerify {
   // The first scrollable of the screen scrolled to 200; it must have gone past 50. True
   // without one.
   bool scrollStep();
+  // The open 3D scene rendered at 800 × 600, dragged over and rendered again; the first render
+  // must have content.
+  bool sceneStep();
   bool keyboardTest();
 
   CreatorUIStore& store_;
+  AnimationManager& animations_;
   AppLaunch& launch_;
   HostViews& host_;
 };

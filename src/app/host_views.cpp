@@ -9,10 +9,13 @@
 
 namespace talvero {
 
-HostViews::HostViews(CreatorUIStore& store) : store_(store) {}
+HostViews::HostViews(CreatorUIStore& store, AnimationManager& animations)
+    : store_(store), animations_(animations) {}
 
 HostViews::~HostViews() {
   *alive_ = false;
+  // Out of its window while the engine that ticks it is still there.
+  if (glView) glView->removeFromSuperview();
 }
 
 void HostViews::wireStore() {
@@ -29,9 +32,10 @@ void HostViews::wireStore() {
   store_.onWidgetOpen = guarded(&HostViews::widgetOpened);
   store_.onWidgetClose = guarded(&HostViews::widgetClosed);
   store_.onOpenScene = guarded(&HostViews::sceneOpenRequested);
-  // No scene view is ever made yet, so there is none to take away.
-  store_.onCloseScene = [] {};
-  store_.onGetGLView = []() -> std::shared_ptr<toolkit::View> { return nullptr; };
+  store_.onCloseScene = guarded(&HostViews::sceneCloseRequested);
+  store_.onGetGLView = [this, alive]() -> std::shared_ptr<toolkit::View> {
+    return alive.lock() ? glView : nullptr;
+  };
   store_.onOpen2dScene = guarded(&HostViews::scene2dOpenRequested);
   store_.onClose2dScene = [] {};
 }
@@ -116,9 +120,15 @@ void HostViews::keepToastOnTop() {
 
 void HostViews::sceneOpenRequested() {
   sceneOpened = true;
-  if (buildsSceneViews && container) {
-    logLine("[TalveroApp] 3D scene opened, but the 3D view is not built yet: nothing is drawn");
-  }
+  if (!buildsSceneViews || !container || glView) return;
+  glView = std::make_shared<CreatorGLView>(store_, animations_);
+  glView->setFrame(container->bounds());
+  container->addSubview(glView, toolkit::View::Position::Below, nullptr);
+}
+
+void HostViews::sceneCloseRequested() {
+  if (glView) glView->removeFromSuperview();
+  glView.reset();
 }
 
 void HostViews::scene2dOpenRequested() {

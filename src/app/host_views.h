@@ -7,9 +7,11 @@
 
 #include "platform/toolkit/view.h"
 #include "ui/toast_view.h"
+#include "viewer/creator_gl_view.h"
 
 namespace talvero {
 
+class AnimationManager;
 class CreatorUIStore;
 
 // The views the host stacks in its container, from the back: a scene view, the current
@@ -18,7 +20,8 @@ class CreatorUIStore;
 // only.
 class HostViews {
  public:
-  explicit HostViews(CreatorUIStore& store);
+  // The scene view takes its frames from `animations` while it is on screen.
+  HostViews(CreatorUIStore& store, AnimationManager& animations);
   ~HostViews();
   HostViews(const HostViews&) = delete;
   HostViews& operator=(const HostViews&) = delete;
@@ -37,7 +40,10 @@ class HostViews {
   void screenClosed();
   void widgetOpened(std::shared_ptr<toolkit::View> view);
   void widgetClosed(const std::shared_ptr<toolkit::View>& view);
+  // Marks the scene opened and, when scene views are built and there is a container, makes the
+  // 3D view at the back of it, filling it; one at a time.
   void sceneOpenRequested();
+  void sceneCloseRequested();
   void scene2dOpenRequested();
   // With a container, shows the toast in it through the one toast view, made at the first
   // toast; without one, a log line.
@@ -48,8 +54,9 @@ class HostViews {
   std::vector<std::shared_ptr<toolkit::View>> openWidgetHosts;  // oldest first
   // Made at the first toast; drawn above every other view of the container.
   std::shared_ptr<ToastView> toastView;
-  bool sceneOpened = false;    // set at the first 3D scene, never cleared
-  bool scene2dOpened = false;  // set at the first 2D scene, never cleared
+  std::shared_ptr<CreatorGLView> glView;  // while a 3D scene is open
+  bool sceneOpened = false;               // set at the first 3D scene, never cleared
+  bool scene2dOpened = false;             // set at the first 2D scene, never cleared
   // Off in the bundle self-test, which renders scenes offscreen only.
   bool buildsSceneViews = true;
 
@@ -57,6 +64,7 @@ class HostViews {
   void keepToastOnTop();
 
   CreatorUIStore& store_;
+  AnimationManager& animations_;
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };
 

@@ -51,6 +51,8 @@ class AnimationManager : public std::enable_shared_from_this<AnimationManager> {
   void cancelAll(const ScriptContext& context);
   bool hasWork(const ScriptContext& context) const;
 
+  // The clock's present time, seconds.
+  double now() const { return clock_(); }
   double lastTime() const { return lastTime_; }
   size_t loopCount() const { return loops_.size(); }
   size_t animationCount() const { return animations_.size(); }

@@ -20,6 +20,8 @@ struct EngineState {
   std::unique_ptr<utils::NameComponentManager> ncm;
   filament::Renderer* renderer = nullptr;
   filament::SwapChain* swapChain = nullptr;
+  uint64_t swapChainId = 0;  // 0 with no swap chain
+  uint64_t swapChainsMade = 0;
   SceneStruct* currentScene = nullptr;
   int64_t lastTime = 0;
   uint32_t currentViewportWidth = 0;

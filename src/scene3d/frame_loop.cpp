@@ -11,6 +11,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <vector>
 
 #include "platform/gpu/gl_probe.h"
@@ -33,14 +34,52 @@ constexpr float kLongestFrame = 0.05f;
 constexpr double kFieldOfView = 60;
 constexpr float kPerspectiveScaleStep = 20;
 
-// One frame's pixels on their way back from the driver.
+// One frame's pixels on their way back from the driver. With a handler nobody waits: the
+// delivery hands the pixels over and frees the read. Without one, whoever of the waiter and the
+// delivery comes last frees it, so pixels that come back late never land in the waiter's buffer.
 struct PixelRead {
   static constexpr int kPending = 0;
   static constexpr int kDelivered = 1;
   static constexpr int kAbandoned = 2;
-  std::vector<uint8_t> pixels;
+  FramePixels frame;
+  FramePixelsHandler onPixels;
   std::atomic<int> state{kPending};
 };
+
+void pixelsArrived(void*, size_t, void* user) {
+  auto* read = static_cast<PixelRead*>(user);
+  if (read->onPixels) {
+    read->onPixels(read->frame);
+    delete read;
+    return;
+  }
+  if (read->state.exchange(PixelRead::kDelivered) == PixelRead::kAbandoned) delete read;
+}
+
+// Asks for the pixels of the viewport drawn in this frame; the driver holds `read` from here on.
+void queueRead(filament::Renderer& renderer, const filament::Viewport& viewport, PixelRead* read) {
+  read->frame.width = viewport.width;
+  read->frame.height = viewport.height;
+  const size_t size = size_t(viewport.width) * viewport.height * 4;
+  read->frame.rgba.resize(size);
+  renderer.readPixels(0, 0, viewport.width, viewport.height,
+                      filament::backend::PixelBufferDescriptor(
+                          read->frame.rgba.data(), size, filament::backend::PixelDataFormat::RGBA,
+                          filament::backend::PixelDataType::UBYTE, &pixelsArrived, read));
+}
+
+// Flushes until the read is delivered. The read comes back to the caller when it was; else it is
+// abandoned to the driver, which frees it if it ever delivers.
+std::unique_ptr<PixelRead> waitForPixels(PixelRead* read) {
+  EngineState& s = state();
+  for (int attempt = 0; attempt < 100 && read->state.load() == PixelRead::kPending; ++attempt) {
+    s.engine->flushAndWait();
+  }
+  if (read->state.exchange(PixelRead::kAbandoned) == PixelRead::kDelivered) {
+    return std::unique_ptr<PixelRead>(read);
+  }
+  return nullptr;
+}
 
 float frameSeconds(int64_t timeMs) {
   EngineState& s = state();
@@ -114,6 +153,7 @@ void createSwapChainHeadless(uint32_t width, uint32_t height) {
   if (!s.engine) return;
   destroySwapChain();
   s.swapChain = s.engine->createSwapChain(width, height, 0);
+  s.swapChainId = ++s.swapChainsMade;
   s.renderer = s.engine->createRenderer();
   s.renderer->setClearOptions({.clearColor = {0, 0, 0, 0}, .clear = true, .discard = true});
 }
@@ -125,6 +165,11 @@ void destroySwapChain() {
   if (s.renderer) s.engine->destroy(s.renderer);
   s.swapChain = nullptr;
   s.renderer = nullptr;
+  s.swapChainId = 0;
+}
+
+uint64_t swapChainId() {
+  return state().swapChainId;
 }
 
 bool beginFrame() {
@@ -137,12 +182,17 @@ void setUpdateFuncs(UpdateFunction early, UpdateFunction late) {
   state().lateUpdate = std::move(late);
 }
 
-void render(int64_t timeMs) {
+namespace {
+
+// The frame of `render`. With `read`, the drawn viewport is read into it before the frame
+// ends, and the driver holds it from then on. False when nothing was drawn: `read` stays the
+// caller's.
+bool runFrame(int64_t timeMs, PixelRead* read) {
   EngineState& s = state();
   if (!s.currentScene) {
     // Nothing moves and nothing is drawn, but the frame begun must still end.
     if (s.renderer) s.renderer->endFrame();
-    return;
+    return false;
   }
   float dt = frameSeconds(timeMs);
   if (dt > kLongestFrame) dt = kLongestFrame;
@@ -160,8 +210,37 @@ void render(int64_t timeMs) {
     if (s.lateUpdate) s.lateUpdate(dt);
   }
   // A scene shows nothing until a camera looks at it.
-  if (goesOn() && s.currentScene->camera) s.renderer->render(s.currentScene->view);
+  bool drawn = false;
+  if (goesOn() && s.currentScene->camera) {
+    s.renderer->render(s.currentScene->view);
+    if (read) queueRead(*s.renderer, s.currentScene->view->getViewport(), read);
+    drawn = true;
+  }
   if (s.generation == generation && s.renderer) s.renderer->endFrame();
+  return drawn;
+}
+
+}  // namespace
+
+void render(int64_t timeMs) {
+  runFrame(timeMs, nullptr);
+}
+
+void renderReadingBack(int64_t timeMs, FramePixelsHandler onPixels) {
+  auto read = std::make_unique<PixelRead>();
+  read->onPixels = std::move(onPixels);
+  if (runFrame(timeMs, read.get())) read.release();
+}
+
+std::optional<FramePixels> renderAndWaitForPixels(int64_t timeMs) {
+  auto read = std::make_unique<PixelRead>();
+  if (!runFrame(timeMs, read.get())) return std::nullopt;
+  std::unique_ptr<PixelRead> done = waitForPixels(read.release());
+  if (!done) {
+    logLine("[creator-gl] render: the frame's pixels did not come back");
+    return std::nullopt;
+  }
+  return std::move(done->frame);
 }
 
 void render_to_offscreen(int64_t timeMs, uint8_t* rgba) {
@@ -173,32 +252,12 @@ void render_to_offscreen(int64_t timeMs, uint8_t* rgba) {
   }
   if (s.lastTime != 0) applyGlbAnimations(static_cast<float>(timeMs - s.lastTime) / 1000.0f);
   s.lastTime = timeMs;
-  const filament::Viewport& viewport = s.currentScene->view->getViewport();
-  const size_t size = size_t(viewport.width) * viewport.height * 4;
   s.renderer->render(s.currentScene->view);
-  // The driver writes into a buffer of its own read, which outlives this call when the pixels
-  // are late: whoever of the two is last frees it.
   auto* read = new PixelRead;
-  read->pixels.resize(size);
-  s.renderer->readPixels(
-      0, 0, viewport.width, viewport.height,
-      filament::backend::PixelBufferDescriptor(
-          read->pixels.data(), size, filament::backend::PixelDataFormat::RGBA,
-          filament::backend::PixelDataType::UBYTE,
-          [](void*, size_t, void* user) {
-            auto* done = static_cast<PixelRead*>(user);
-            if (done->state.exchange(PixelRead::kDelivered) == PixelRead::kAbandoned) {
-              delete done;
-            }
-          },
-          read));
+  queueRead(*s.renderer, s.currentScene->view->getViewport(), read);
   s.renderer->endFrame();
-  for (int attempt = 0; attempt < 100 && read->state.load() == PixelRead::kPending; ++attempt) {
-    s.engine->flushAndWait();
-  }
-  if (read->state.exchange(PixelRead::kAbandoned) == PixelRead::kDelivered) {
-    std::memcpy(rgba, read->pixels.data(), size);
-    delete read;
+  if (std::unique_ptr<PixelRead> done = waitForPixels(read)) {
+    std::memcpy(rgba, done->frame.rgba.data(), done->frame.rgba.size());
   } else {
     logLine("[creator-gl] render_to_offscreen: the frame's pixels did not come back");
   }

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
+#include <vector>
 
 namespace talvero::scene3d {
 
@@ -9,6 +11,14 @@ namespace talvero::scene3d {
 // moves 3D state and draws the open scene. Main thread only.
 
 using UpdateFunction = std::function<void(float dt)>;
+
+// One drawn frame's pixels as the renderer gives them: RGBA, 4 bytes a pixel, the top row first.
+struct FramePixels {
+  uint32_t width = 0;
+  uint32_t height = 0;
+  std::vector<uint8_t> rgba;
+};
+using FramePixelsHandler = std::function<void(FramePixels& pixels)>;
 
 // Builds the engine with the renderer's default backend, after asking the display for GLX:
 // without one, "[creator-gl] ERROR: Filament Engine creation failed (GPU/driver unavailable)"
@@ -25,6 +35,10 @@ const char* backendName();
 void createSwapChainHeadless(uint32_t width, uint32_t height);
 // Swap chain, then renderer.
 void destroySwapChain();
+// Names the swap chain in place: each one made gets a new number; 0 while there is none. Whoever
+// made one compares it to know whether its frames still go there (a new engine or another
+// caller may have replaced it).
+uint64_t swapChainId();
 // False: skip this frame, nothing moves.
 bool beginFrame();
 
@@ -34,7 +48,15 @@ void setUpdateFuncs(UpdateFunction early, UpdateFunction late);
 // at most 0.05 s; early update, physics, animations, particles, late update, draw, end of
 // frame. The caller has had true from `beginFrame`.
 void render(int64_t timeMs);
-// Draws the open scene and reads its pixels (RGBA, top row last as the GPU gives them) into
+// `render`, with the drawn viewport read back without waiting for it: `onPixels` gets the frame
+// on the main thread during a later call into the engine, usually some frames on, or not at
+// all when nothing was drawn. It may outlive the caller, so it must hold nothing that can go
+// first, and it must not call into the 3D layer.
+void renderReadingBack(int64_t timeMs, FramePixelsHandler onPixels);
+// `render`, then waits for this frame's own pixels as `render_to_offscreen` does: nothing when no
+// frame was drawn or its pixels did not come back.
+std::optional<FramePixels> renderAndWaitForPixels(int64_t timeMs);
+// Draws the open scene and reads its pixels (RGBA, top row first, as `FramePixels`) into
 // `rgba`, which holds width × height × 4 bytes of the view's viewport; waits for them. Only
 // GLB animations move; the caller has had true from `beginFrame`.
 void render_to_offscreen(int64_t timeMs, uint8_t* rgba);

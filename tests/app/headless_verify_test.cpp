@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
@@ -10,7 +13,13 @@
 #include "app/app_launch.h"
 #include "app/host_views.h"
 #include "engine/engine.h"
+#include "platform/script/script_context.h"
+#include "platform/toolkit/image.h"
 #include "platform/toolkit/window.h"
+#include "runtime/animation_manager.h"
+#include "scene3d/frame_loop.h"
+#include "scene3d/scenes.h"
+#include "scene3d_test_support.h"
 #include "scratch_dir.h"
 #include "ui/ui_store.h"
 
@@ -55,6 +64,74 @@ TEST(SnapshotContent, MoreThanOnePixelInFiveHundredMustStandOut) {
   EXPECT_TRUE(hasContent(bitmap));
 }
 
+// A new engine with an open scene under a camera at the origin looking down -z: the sky alone,
+// or a red square of side 1 in the middle with a small blue one up and to the left.
+void openNativeScene(bool withSquares) {
+  scene3d::init();
+  ASSERT_TRUE(scene3d::hasEngine()) << "no GL display: run the tests under xvfb-run";
+  const int64_t scene = scene3d::createScene();
+  const uint32_t camera = scene3d::createEntity();
+  scene3d::attachCameraToScene(scene, camera);
+  scene3d::openScene(scene);
+  if (!withSquares) return;
+  using scene3d::testing::addQuad, scene3d::testing::unlitColour;
+  addQuad(scene, unlitColour(0xFF0000FF), -0.5f, -0.5f, 0.5f, 0.5f, -2);
+  addQuad(scene, unlitColour(0x0000FFFF), -1.35f, 0.65f, -1.05f, 0.95f, -2);
+}
+
+using Pixel = std::array<int, 3>;
+Pixel colourAt(const toolkit::Bitmap& bitmap, int x, int y) {
+  const uint8_t* p = bitmap.pixel(x, y);
+  return {p[0], p[1], p[2]};
+}
+
+toolkit::Bitmap readPng(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  const std::vector<uint8_t> bytes{std::istreambuf_iterator<char>(in), {}};
+  const auto image = toolkit::Image::decode(bytes.data(), bytes.size());
+  if (!image) return {};
+  return {image->width(), image->height(), image->rgba()};
+}
+
+class SceneRenderHeadless : public testing::ScratchDirTest {
+ protected:
+  void TearDown() override {
+    scene3d::destroyEngine();
+    ScratchDirTest::TearDown();
+  }
+};
+
+TEST_F(SceneRenderHeadless, FifteenFramesTickTheClockAndTheReadPictureIsWrittenUpright) {
+  ASSERT_TRUE(toolkit::initToolkit()) << "no display: run the tests under xvfb-run";
+  openNativeScene(true);
+  auto animations = std::make_shared<AnimationManager>();
+  ScriptContext script = ScriptContext::create();
+  script.evaluate("var ticks = 0; function loop() { ticks++; }");
+  animations->addLoop(1, script.globalObject().get("loop"));
+
+  const size_t count = renderCurrentSceneHeadless(*animations, 80, 60, (root / "3d.png").string());
+  // Eight frames, the one read, six more: the clock ticks in the drawn frames around the read.
+  EXPECT_EQ(script.globalObject().get("ticks").toInt32(), 14);
+  EXPECT_EQ(scene3d::lastFrameTime(), 15 * 16);
+  EXPECT_EQ(scene3d::viewportWidth(), 80u);
+  EXPECT_EQ(scene3d::viewportHeight(), 60u);
+
+  const toolkit::Bitmap png = readPng(root / "3d.png");
+  ASSERT_EQ(png.width, 80);
+  ASSERT_EQ(png.height, 60);
+  const Pixel sky{26, 64, 145};
+  EXPECT_EQ(colourAt(png, 40, 30), (Pixel{255, 0, 0}));
+  EXPECT_EQ(colourAt(png, 9, 9), (Pixel{0, 0, 255}));  // up and to the left: upright
+  EXPECT_EQ(colourAt(png, 9, 50), sky);
+  EXPECT_EQ(colourAt(png, 0, 0), sky);
+  EXPECT_EQ(count, countDifferingPixels(png));
+  EXPECT_GT(count, 500u);
+
+  // Rendered again, the clock goes on from where it was.
+  renderCurrentSceneHeadless(*animations, 80, 60, (root / "again.png").string());
+  EXPECT_EQ(scene3d::lastFrameTime(), 30 * 16);
+}
+
 // A bundle and a launcher in a scratch directory, run by the real engine into an 800x600
 // container as the self-test modes do.
 class HeadlessVerifyTest : public testing::ScratchDirTest {
@@ -63,11 +140,21 @@ class HeadlessVerifyTest : public testing::ScratchDirTest {
     ScratchDirTest::SetUp();
     ASSERT_TRUE(toolkit::initToolkit()) << "no display: run the tests under xvfb-run";
     engine = std::make_unique<TalveroEngine>();
+    // What the 3D bindings will do for a script: a native scene, opened through the store.
+    engine->registerCallback("openScene", [this](const std::vector<ScriptValue>& args) {
+      openNativeScene(!args.empty() && args[0].toBool());
+      engine->creatorUI().onOpenScene();
+      return NativeValue();
+    });
+    engine->registerCallback("onTouchStart", [this](const std::vector<ScriptValue>& args) {
+      if (!args.empty()) engine->creatorUI().onTouchStartCallback = args[0];
+      return NativeValue();
+    });
     engine->registerCallback("record", [this](const std::vector<ScriptValue>& args) {
       records.push_back(args.empty() ? "" : args[0].toString());
       return NativeValue();
     });
-    host = std::make_unique<HostViews>(engine->creatorUI());
+    host = std::make_unique<HostViews>(engine->creatorUI(), engine->animationManager());
     host->container = std::make_shared<toolkit::View>();
     host->container->setFrame({{0, 0}, {800, 600}});
   }
@@ -77,7 +164,8 @@ class HeadlessVerifyTest : public testing::ScratchDirTest {
     launch = std::make_unique<AppLaunch>(*engine, root.string(), std::move(argv), "");
     launch->wireEngine();
     host->wireStore();
-    HeadlessVerify verifier(engine->creatorUI(), *launch, *host);
+    host->buildsSceneViews = launcher;  // as the host does: the bundle test renders offscreen
+    HeadlessVerify verifier(engine->creatorUI(), engine->animationManager(), *launch, *host);
     verifier.snapshotFolder = root.string();
     ::testing::internal::CaptureStdout();
     const int status = launcher ? verifier.verifyLauncher() : verifier.verifyBundle();
@@ -85,6 +173,11 @@ class HeadlessVerifyTest : public testing::ScratchDirTest {
     return status;
   }
   bool said(const std::string& line) { return output.find(line + "\n") != std::string::npos; }
+  void TearDown() override {
+    host.reset();
+    scene3d::destroyEngine();
+    ScratchDirTest::TearDown();
+  }
 
   std::unique_ptr<TalveroEngine> engine;
   std::unique_ptr<HostViews> host;
@@ -194,16 +287,57 @@ TEST_F(HeadlessVerifyTest, AnEmptyScreenFailsTheBundleTest) {
   EXPECT_TRUE(output.ends_with("[verify] FAILED\n")) << output;
 }
 
-TEST_F(HeadlessVerifyTest, AnOpenedSceneFailsWhileItCannotBeRenderedHeadless) {
-  engine->registerCallback("openScene", [this](const std::vector<ScriptValue>&) {
-    engine->creatorUI().onOpenScene();
-    return NativeValue();
-  });
-  write("bundle.js", "openScene();");
-  EXPECT_EQ(verify(false), 1);
-  EXPECT_TRUE(said("[verify] 3D scene opened, but headless 3D rendering is not built yet"))
+// The count that follows `prefix` on a line of the output; -1 without such a line.
+long countAfter(const std::string& output, const std::string& prefix) {
+  const size_t at = output.find(prefix);
+  if (at == std::string::npos) return -1;
+  return std::stol(output.substr(at + prefix.size()));
+}
+
+TEST_F(HeadlessVerifyTest, AnOpenedSceneIsRenderedDraggedThroughAndRenderedAgain) {
+  write("bundle.js",
+        "onTouchStart(function (id, x, y, hit) {"
+        "  record('start ' + id + ' ' + x + ',' + y + ' ' + hit); var moves = 0;"
+        "  return {onMove: function () { moves++; },"
+        "          onEnd: function (e) { record('end ' + moves + ' ' + e.clientX + ','"
+        "            + e.clientY); }}; });"
+        "openScene(true);");
+  EXPECT_EQ(verify(false), 0) << output;
+  const long count = countAfter(output, "[verify] 3D scene non-background pixels: ");
+  EXPECT_GE(count, 2401) << output;
+  EXPECT_NE(output.find("[verify] drag tracked (touchstart -> track)\n"
+                        "[verify] post-drag 3D non-background pixels: " +
+                        std::to_string(count) + "\n"),
+            std::string::npos)
       << output;
-  EXPECT_TRUE(output.ends_with("[verify] FAILED\n")) << output;
+  EXPECT_EQ(records, (std::vector<std::string>{"start 0 200,320 0", "end 10 660,230"}));
+  EXPECT_TRUE(output.ends_with("[verify] OK\n")) << output;
+  EXPECT_EQ(host->glView, nullptr);  // the bundle test builds no scene view
+  const toolkit::Bitmap render = readPng(root / "talvero-app-render.png");
+  EXPECT_EQ(render.width, 800);
+  EXPECT_EQ(colourAt(render, 400, 300), (Pixel{255, 0, 0}));
+  EXPECT_TRUE(fs::exists(root / "talvero-app-render-after-drag.png"));
+}
+
+TEST_F(HeadlessVerifyTest, AnEmptySceneFailsAndAnUntrackedDragIsSaid) {
+  write("bundle.js", "openScene(false);");
+  EXPECT_EQ(verify(false), 1);
+  EXPECT_NE(output.find("[verify] 3D scene non-background pixels: 0\n"
+                        "[verify] drag not tracked\n"
+                        "[verify] post-drag 3D non-background pixels: 0\n"
+                        "[verify] FAILED\n"),
+            std::string::npos)
+      << output;
+}
+
+TEST_F(HeadlessVerifyTest, ALauncherThatOpensASceneIsRenderedWithItsViewBuilt) {
+  write("launcher.js",
+        "function launch(argv) { setTimeout(function () { openScene(true); }, 100); }");
+  EXPECT_EQ(verify(true, {"talvero", "--verify-launcher"}), 0) << output;
+  EXPECT_GT(countAfter(output, "[launcher] 3D non-background pixels: "), 2400) << output;
+  EXPECT_TRUE(output.ends_with("[launcher] OK\n")) << output;
+  EXPECT_NE(host->glView, nullptr);
+  EXPECT_EQ(colourAt(readPng(root / "talvero-launcher.png"), 400, 300), (Pixel{255, 0, 0}));
 }
 
 TEST_F(HeadlessVerifyTest, LauncherScreenOpenedLaterIsFoundButItsButtonOpensNoScene) {

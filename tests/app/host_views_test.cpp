@@ -26,7 +26,7 @@ class HostViewsTest : public ::testing::Test {
     ASSERT_TRUE(toolkit::initToolkit()) << "no display: run the tests under xvfb-run";
     toolkit::setAnimationClock([this] { return now; });
     engine = std::make_unique<TalveroEngine>();
-    host = std::make_unique<HostViews>(engine->creatorUI());
+    host = std::make_unique<HostViews>(engine->creatorUI(), engine->animationManager());
     host->container = std::make_shared<View>();
     host->container->setFrame({{0, 0}, {800, 600}});
     host->wireStore();
@@ -166,21 +166,63 @@ TEST_F(HostViewsTest, ToastsShowInOneViewAboveEverythingThatStaysWhereItAppeared
   EXPECT_EQ(output("_creatorUI.toast('lost');"), "[toast] lost\n");
 }
 
-TEST_F(HostViewsTest, ScenesAreMarkedButSayTheirViewIsNotBuilt) {
-  ::testing::internal::CaptureStdout();
-  store().onOpenScene();
-  store().onOpen2dScene();
-  const std::string said = ::testing::internal::GetCapturedStdout();
-  EXPECT_TRUE(host->sceneOpened);
-  EXPECT_TRUE(host->scene2dOpened);
-  EXPECT_NE(said.find("3D view is not built yet"), std::string::npos) << said;
-  EXPECT_NE(said.find("2D view is not built yet"), std::string::npos) << said;
-  EXPECT_EQ(store().onGetGLView(), nullptr);
-
-  host->buildsSceneViews = false;  // the bundle self-test: no view is wanted, no line
+TEST_F(HostViewsTest, AnOpenedSceneGetsOneViewBehindTheScreensUntilItIsClosed) {
+  run("var a = screen('a'); _creatorUI.openScreen(a);");
   ::testing::internal::CaptureStdout();
   store().onOpenScene();
   EXPECT_EQ(::testing::internal::GetCapturedStdout(), "");
+  EXPECT_TRUE(host->sceneOpened);
+  const std::shared_ptr<CreatorGLView> glView = host->glView;
+  ASSERT_NE(glView, nullptr);
+  ASSERT_EQ(stacked().size(), 2u);
+  EXPECT_EQ(stacked()[0], glView);
+  EXPECT_EQ(stacked()[1].get(), &viewOf("a"));
+  EXPECT_EQ(glView->frame(), (toolkit::Rect{{0, 0}, {800, 600}}));
+  EXPECT_EQ(store().onGetGLView(), glView);
+
+  // A second open keeps the one view; a new screen still goes above it.
+  store().onOpenScene();
+  EXPECT_EQ(host->glView, glView);
+  run("var b = screen('b'); _creatorUI.openScreen(b);");
+  EXPECT_EQ(stacked().front(), glView);
+  host->container->setFrame({{0, 0}, {500, 400}});
+  host->containerResized();
+  EXPECT_EQ(glView->frame(), (toolkit::Rect{{0, 0}, {500, 400}}));
+
+  store().onCloseScene();
+  EXPECT_EQ(glView->superview(), nullptr);
+  EXPECT_EQ(host->glView, nullptr);
+  EXPECT_EQ(store().onGetGLView(), nullptr);
+  EXPECT_TRUE(host->sceneOpened);  // a scene was opened, once and for all
+}
+
+TEST_F(HostViewsTest, WithoutSceneViewsOrAContainerAnOpenedSceneIsOnlyMarked) {
+  host->buildsSceneViews = false;  // the bundle self-test renders offscreen alone
+  store().onOpenScene();
+  EXPECT_TRUE(host->sceneOpened);
+  EXPECT_EQ(host->glView, nullptr);
+  EXPECT_TRUE(stacked().empty());
+
+  host->buildsSceneViews = true;
+  host->container.reset();
+  store().onOpenScene();
+  EXPECT_EQ(host->glView, nullptr);
+}
+
+TEST_F(HostViewsTest, A2dSceneIsMarkedAndSaysItsViewIsNotBuilt) {
+  ::testing::internal::CaptureStdout();
+  store().onOpen2dScene();
+  const std::string said = ::testing::internal::GetCapturedStdout();
+  EXPECT_TRUE(host->scene2dOpened);
+  EXPECT_NE(said.find("2D view is not built yet"), std::string::npos) << said;
+}
+
+TEST_F(HostViewsTest, TheSceneViewLeavesTheContainerWithTheHost) {
+  store().onOpenScene();
+  const std::shared_ptr<CreatorGLView> glView = host->glView;
+  host.reset();
+  EXPECT_EQ(glView->superview(), nullptr);
+  EXPECT_EQ(store().onGetGLView(), nullptr);
 }
 
 TEST_F(HostViewsTest, SlotsDoNothingOnceTheHostIsGone) {

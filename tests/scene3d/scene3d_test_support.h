@@ -34,6 +34,28 @@ inline std::vector<uint8_t> readMaterial(const std::string& name) {
   return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
+// A new instance of the unlit colour material of the bundle, in `rgba`.
+inline int64_t unlitColour(uint32_t rgba) {
+  const std::vector<uint8_t> package = readMaterial("unlit_color.filamat");
+  const int64_t instance = createMaterialInstance(createMaterial(package.data(), package.size()));
+  setUniformRgba(instance, "baseColor", rgba);
+  return instance;
+}
+
+// A quad facing the camera from (left, bottom) to (right, top) at depth `z`, drawn with
+// `instance`, in the scene.
+inline uint32_t addQuad(int64_t scene, int64_t instance, float left, float bottom, float right,
+                        float top, float z) {
+  const float positions[] = {left, bottom, z, right, bottom, z, right, top, z, left, top, z};
+  const float normals[] = {0, 0, 1, 0, 0, 1, 0, 0, 1, 0, 0, 1};
+  const float uvs[] = {0, 0, 1, 0, 1, 1, 0, 1};
+  const uint16_t indices[] = {0, 1, 2, 0, 2, 3};
+  const uint32_t entity = createEntity();
+  EXPECT_TRUE(createMesh(entity, instance, positions, 12, normals, 12, indices, 6, uvs, 8, 0));
+  addEntityToScene(scene, entity);
+  return entity;
+}
+
 // A 64 × 64 offscreen engine with one open scene looked at by a camera at the origin, which
 // looks down -z with a 60° vertical field of view.
 class Scene3DTest : public ::testing::Test {
@@ -51,24 +73,11 @@ class Scene3DTest : public ::testing::Test {
   void TearDown() override { destroyEngine(); }
 
   // A square of side 2 centred at depth `z`, with the unlit material in `rgba`.
-  uint32_t square(float z, uint32_t rgba) {
-    const std::vector<uint8_t> package = readMaterial("unlit_color.filamat");
-    const int64_t material = createMaterial(package.data(), package.size());
-    const int64_t instance = createMaterialInstance(material);
-    setUniformRgba(instance, "baseColor", rgba);
-    return meshSquare(z, instance);
-  }
+  uint32_t square(float z, uint32_t rgba) { return meshSquare(z, unlitColour(rgba)); }
 
   // A square of side 2 centred at depth `z` drawn with `instance`, in the scene.
   uint32_t meshSquare(float z, int64_t instance) {
-    const float positions[] = {-1, -1, z, 1, -1, z, 1, 1, z, -1, 1, z};
-    const float normals[] = {0, 0, 1, 0, 0, 1, 0, 0, 1, 0, 0, 1};
-    const float uvs[] = {0, 0, 1, 0, 1, 1, 0, 1};
-    const uint16_t indices[] = {0, 1, 2, 0, 2, 3};
-    const uint32_t entity = createEntity();
-    EXPECT_TRUE(createMesh(entity, instance, positions, 12, normals, 12, indices, 6, uvs, 8, 0));
-    addEntityToScene(scene, entity);
-    return entity;
+    return addQuad(scene, instance, -1, -1, 1, 1, z);
   }
 
   // The same square with the textured material, tinted white; its instance in `instance`.

@@ -29,11 +29,14 @@ std::shared_ptr<const Image> Image::decode(const uint8_t* bytes, size_t size) {
   return image;
 }
 
-std::shared_ptr<const Image> Image::fromRGBA(int width, int height, const uint8_t* rgba) {
-  if (width <= 0 || height <= 0 || !rgba) return nullptr;
-  GBytes* data = g_bytes_new(rgba, static_cast<size_t>(width) * height * 4);
-  GdkTexture* texture = gdk_memory_texture_new(width, height, GDK_MEMORY_R8G8B8A8, data,
-                                               static_cast<size_t>(width) * 4);
+std::shared_ptr<const Image> Image::fromRGBA(int width, int height, const uint8_t* rgba,
+                                             size_t stride) {
+  const size_t row = static_cast<size_t>(width) * 4;
+  if (stride == 0) stride = row;
+  if (width <= 0 || height <= 0 || !rgba || stride < row) return nullptr;
+  // The last row ends at its last pixel: the caller's buffer may hold no padding after it.
+  GBytes* data = g_bytes_new(rgba, stride * (static_cast<size_t>(height) - 1) + row);
+  GdkTexture* texture = gdk_memory_texture_new(width, height, GDK_MEMORY_R8G8B8A8, data, stride);
   g_bytes_unref(data);
   return std::shared_ptr<const Image>(new Image(texture));
 }

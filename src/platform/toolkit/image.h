@@ -19,8 +19,9 @@ class Image {
   // PNG, JPEG, GIF (first frame), WebP and BMP where the system has the loaders; null when
   // the bytes are no image.
   static std::shared_ptr<const Image> decode(const uint8_t* bytes, size_t size);
-  // Straight RGBA, 4 bytes per pixel, rows top to bottom.
-  static std::shared_ptr<const Image> fromRGBA(int width, int height, const uint8_t* rgba);
+  // Straight RGBA, 4 bytes per pixel, rows top to bottom, `stride` bytes apart (0: width × 4).
+  static std::shared_ptr<const Image> fromRGBA(int width, int height, const uint8_t* rgba,
+                                               size_t stride = 0);
 
   int width() const { return width_; }
   int height() const { return height_; }

@@ -45,15 +45,38 @@ Bitmap renderView(View& view) {
   return bitmap;
 }
 
-bool writePng(const Bitmap& bitmap, const std::string& path) {
-  if (bitmap.width <= 0 || bitmap.height <= 0) return false;
+namespace {
+
+// A texture of the bitmap's pixels; null for an empty bitmap. Caller unrefs.
+GdkTexture* textureOf(const Bitmap& bitmap) {
+  if (bitmap.width <= 0 || bitmap.height <= 0) return nullptr;
   GBytes* bytes = g_bytes_new(bitmap.rgba.data(), bitmap.rgba.size());
   GdkTexture* texture = gdk_memory_texture_new(bitmap.width, bitmap.height, GDK_MEMORY_R8G8B8A8,
                                                bytes, static_cast<size_t>(bitmap.width) * 4);
   g_bytes_unref(bytes);
+  return texture;
+}
+
+}  // namespace
+
+bool writePng(const Bitmap& bitmap, const std::string& path) {
+  GdkTexture* texture = textureOf(bitmap);
+  if (!texture) return false;
   const bool saved = gdk_texture_save_to_png(texture, path.c_str());
   g_object_unref(texture);
   return saved;
+}
+
+std::vector<uint8_t> encodePng(const Bitmap& bitmap) {
+  GdkTexture* texture = textureOf(bitmap);
+  if (!texture) return {};
+  GBytes* png = gdk_texture_save_to_png_bytes(texture);
+  g_object_unref(texture);
+  gsize size = 0;
+  const auto* data = static_cast<const uint8_t*>(g_bytes_get_data(png, &size));
+  std::vector<uint8_t> bytes(data, data + size);
+  g_bytes_unref(png);
+  return bytes;
 }
 
 }  // namespace talvero::toolkit

@@ -24,5 +24,7 @@ struct Bitmap {
 Bitmap renderView(View& view);
 // PNG of the bitmap; false when the file cannot be written.
 bool writePng(const Bitmap& bitmap, const std::string& path);
+// The bytes of a PNG file of the bitmap; empty for an empty bitmap.
+std::vector<uint8_t> encodePng(const Bitmap& bitmap);
 
 }  // namespace talvero::toolkit

@@ -11,4 +11,8 @@ int creatorHasPhysics() {
   return 0;
 }
 
+uint32_t raycastView(float, float) {
+  return 0;
+}
+
 }  // namespace talvero::scene3d
