@@ -8,6 +8,7 @@
 #include "engine/bindings/creator_gl_bindings.h"
 #include "engine/engine.h"
 #include "main_queue_support.h"
+#include "platform/toolkit/window.h"
 #include "runtime/buffers.h"
 #include "scene3d/frame_loop.h"
 #include "scene3d/materials.h"
@@ -15,6 +16,7 @@
 #include "scene3d/scenes.h"
 #include "test_support.h"
 #include "ui/ui_store.h"
+#include "viewer/creator_gl_view.h"
 
 namespace talvero {
 namespace {
@@ -425,6 +427,38 @@ TEST_F(CreatorGLTest, ASessionsEndClearsOnlyWhatItsContextLeft) {
   frame(2000);
   EXPECT_EQ(json(second, "ran"), "[\"late\"]");
   EXPECT_EQ(value("ran"), "[]");
+}
+
+TEST_F(CreatorGLTest, CaptureImageTakesTheViewsNextFrameWhenTheCaptureFeatureIsOn) {
+  ASSERT_TRUE(toolkit::initToolkit());
+  openSceneWithCamera();
+  run("var got = [];"
+      "function ok(id, name, size) { got.push([name, size, id]); }"
+      "function no(e) { got.push(e.message); }"
+      "_creator.captureImage(0, ok, no);");
+  EXPECT_EQ(value("got"), "[\"Scene did not open\"]");
+
+  auto view = std::make_shared<CreatorGLView>(store(), engine.animationManager());
+  view->setFrame({{0, 0}, {64, 48}});
+  store().onGetGLView = [view] { return view; };
+  const auto captureOnce = [&](size_t answers) {
+    run("_creator.captureImage(0, ok, no);");
+    for (int frame = 0; frame < 500 && value("got.length") != std::to_string(answers); ++frame) {
+      view->deliverFrame();
+    }
+  };
+  captureOnce(2);  // created with no features: the frame is not captured
+  EXPECT_EQ(value("got[1]"), "\"Failed to capture image\"");
+
+  run("_creator.createEngine(['capture']); var s = _creator.createScene();"
+      "var c = _creator.createEntity(); _creator.attachCameraToAR(s, c); _creator.openScene(s);");
+  captureOnce(3);
+  ASSERT_EQ(value("got.length"), "3");
+  EXPECT_EQ(value("got[2][0]"), "\"image.png\"");
+  const Bytes png = Buffers::get(std::stoll(value("got[2][2]")));
+  ASSERT_TRUE(png);
+  EXPECT_EQ(value("got[2][1]"), std::to_string(png->size()));
+  EXPECT_EQ(std::string(png->begin() + 1, png->begin() + 4), "PNG");
 }
 
 }  // namespace

@@ -52,9 +52,10 @@ void addEngineRows(ExportTable& exports, CreatorGLHandler& handler) {
              return NativeValue(NativeValue::Array{gl->creatorUIStore.displayWidth,
                                                    gl->creatorUIStore.displayHeight});
            })
-      .add("warmRender", needsEngine("warmRender", [gl](uint32_t scene, ScriptValue onReady) {
-             gl->warmRender(scene, std::move(onReady));
-           }))
+      .add("warmRender", needsEngine("warmRender",
+                                     [gl](uint32_t scene, ScriptValue onReady) {
+                                       gl->warmRender(scene, std::move(onReady));
+                                     }))
       // The first argument has no meaning: the view's next frame is captured.
       .add("captureImage", [gl](ScriptValue, ScriptValue resolve, ScriptValue reject) {
         gl->captureImage(std::move(resolve), std::move(reject));

@@ -26,9 +26,9 @@ _creator.setPosition(camera, 0, 0, 5);
 
 var colour = _creatorUtils.fetchLocal("materials/unlit_color.filamat");
 var red = _creator.createMaterial(colour);
-_creator.setUniformRgb(red, "baseColor", 0xff0000);
+_creator.setUniformRgba(red, "baseColor", 0xff0000ff);
 var blue = _creator.createMaterial(colour);
-_creator.setUniformRgb(blue, "baseColor", 0x0000ff);
+_creator.setUniformRgba(blue, "baseColor", 0x0000ffff);
 square(scene, red, 0, 0, 2);
 square(scene, blue, -3, 1.8, 0.6);
 
