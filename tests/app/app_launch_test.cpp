@@ -212,7 +212,8 @@ TEST_F(LaunchSequence, SystemInfoHasItsKeysInOrderAndTheWindowOnlyWithAContainer
   const SystemFacts facts = systemFacts();
   engine.run("record(JSON.stringify(_creatorUtils.systemInfo()));");
   EXPECT_EQ(records.back(), "{\"app\":\"1.0.0\",\"platform\":\"" + facts.platform +
-                                "\",\"arch\":\"" + facts.arch + "\",\"backend\":\"OpenGL (Filament)\"," +
+                                "\",\"arch\":\"" + facts.arch +
+                                "\",\"backend\":\"OpenGL (Filament)\"," +
                                 "\"cpuCores\":" + std::to_string(facts.cpuCores) + "}");
 
   std::optional<toolkit::Size> size;

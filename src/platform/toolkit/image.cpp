@@ -29,16 +29,29 @@ std::shared_ptr<const Image> Image::decode(const uint8_t* bytes, size_t size) {
   return image;
 }
 
-std::shared_ptr<const Image> Image::fromRGBA(int width, int height, const uint8_t* rgba,
-                                             size_t stride) {
+std::shared_ptr<const Image> Image::fromPixels(int width, int height, const uint8_t* rgba,
+                                               size_t stride, bool premultiplied) {
   const size_t row = static_cast<size_t>(width) * 4;
   if (stride == 0) stride = row;
   if (width <= 0 || height <= 0 || !rgba || stride < row) return nullptr;
   // The last row ends at its last pixel: the caller's buffer may hold no padding after it.
   GBytes* data = g_bytes_new(rgba, stride * (static_cast<size_t>(height) - 1) + row);
-  GdkTexture* texture = gdk_memory_texture_new(width, height, GDK_MEMORY_R8G8B8A8, data, stride);
+  // Premultiplied is the format the GPU takes as it is: no conversion pass before each upload.
+  GdkTexture* texture = gdk_memory_texture_new(
+      width, height, premultiplied ? GDK_MEMORY_R8G8B8A8_PREMULTIPLIED : GDK_MEMORY_R8G8B8A8, data,
+      stride);
   g_bytes_unref(data);
   return std::shared_ptr<const Image>(new Image(texture));
+}
+
+std::shared_ptr<const Image> Image::fromRGBA(int width, int height, const uint8_t* rgba,
+                                             size_t stride) {
+  return fromPixels(width, height, rgba, stride, false);
+}
+
+std::shared_ptr<const Image> Image::fromPremultipliedRGBA(int width, int height,
+                                                          const uint8_t* rgba, size_t stride) {
+  return fromPixels(width, height, rgba, stride, true);
 }
 
 std::vector<uint8_t> Image::rgba() const {

@@ -22,6 +22,9 @@ class Image {
   // Straight RGBA, 4 bytes per pixel, rows top to bottom, `stride` bytes apart (0: width × 4).
   static std::shared_ptr<const Image> fromRGBA(int width, int height, const uint8_t* rgba,
                                                size_t stride = 0);
+  // Premultiplied RGBA, as a GPU renders it; laid out as for `fromRGBA`.
+  static std::shared_ptr<const Image> fromPremultipliedRGBA(int width, int height,
+                                                            const uint8_t* rgba, size_t stride = 0);
 
   int width() const { return width_; }
   int height() const { return height_; }
@@ -34,6 +37,8 @@ class Image {
 
  private:
   explicit Image(void* texture);
+  static std::shared_ptr<const Image> fromPixels(int width, int height, const uint8_t* rgba,
+                                                 size_t stride, bool premultiplied);
   void* texture_;
   int width_ = 0;
   int height_ = 0;

@@ -53,7 +53,7 @@ void RenderView::widgetUnrealized(void*, void* self) {
 }
 
 void RenderView::setFrameImage(int width, int height, size_t stride, const uint8_t* rgba) {
-  frameImage_ = Image::fromRGBA(width, height, rgba, stride);
+  frameImage_ = Image::fromPremultipliedRGBA(width, height, rgba, stride);
   setNeedsDisplay();
 }
 

@@ -18,8 +18,9 @@ class RenderView : public View {
   RenderView();
   ~RenderView() override;
 
-  // Shows these pixels from now on, in place of the previous frame: straight RGBA, 4 bytes a
-  // pixel, rows top-down, `stride` bytes from one row to the next. The pixels are copied.
+  // Shows these pixels from now on, in place of the previous frame: premultiplied RGBA as a
+  // renderer gives it, 4 bytes a pixel, rows top-down, `stride` bytes from one row to the next. The
+  // pixels are copied.
   void setFrameImage(int width, int height, size_t stride, const uint8_t* rgba);
   void clearFrameImage();
   // The frame shown, or null.
