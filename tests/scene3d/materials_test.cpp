@@ -77,6 +77,36 @@ TEST_F(Scene3DTest, ANewMeshReplacesTheOldOne) {
   EXPECT_EQ(pixelAt(draw(), 32, 32), (std::vector<int>{26, 64, 145, 255}));  // the sky
 }
 
+// Primitive 1 draws the index pairs as lines, 2 each index as a point: no triangle is filled.
+TEST_F(Scene3DTest, PrimitiveOneDrawsLinesAndTwoDrawsPoints) {
+  const int64_t instance = testing::unlitColour(0xFF0000FF);
+  // The four corners of a square round the centre; as a line list, its bottom and top edges.
+  const float positions[] = {-1, -1, -2, 1, -1, -2, 1, 1, -2, -1, 1, -2};
+  const float normals[] = {0, 0, 1, 0, 0, 1, 0, 0, 1, 0, 0, 1};
+  const float uvs[8] = {};
+  const uint16_t indices[] = {0, 1, 2, 3};
+  const uint32_t entity = createEntity();
+  ASSERT_TRUE(createMesh(entity, instance, positions, 12, normals, 12, indices, 4, uvs, 8, 1));
+  addEntityToScene(scene, entity);
+  const std::vector<int> red{255, 0, 0, 255};
+  const std::vector<int> sky{26, 64, 145, 255};
+  std::vector<uint8_t> pixels = draw();
+  EXPECT_EQ(pixelAt(pixels, 32, 32), sky);  // nothing filled
+  int redRows = 0;
+  for (int y = 0; y < 64; ++y) redRows += pixelAt(pixels, 32, y) == red;
+  EXPECT_EQ(redRows, 2);  // one row for each edge
+
+  ASSERT_TRUE(createMesh(entity, instance, positions, 12, normals, 12, indices, 4, uvs, 8, 2));
+  pixels = draw();
+  int redPixels = 0;
+  for (int y = 0; y < 64; ++y) {
+    for (int x = 0; x < 64; ++x) redPixels += pixelAt(pixels, x, y) == red;
+  }
+  EXPECT_GE(redPixels, 4);  // the corners, each at least a pixel
+  EXPECT_LE(redPixels, 4 * 16);
+  EXPECT_EQ(pixelAt(pixels, 32, 32), sky);
+}
+
 TEST_F(Scene3DTest, SamplersDrawWhiteUntilATextureIsBoundAndTexturesAreSRGB) {
   int64_t instance = -1;
   texturedSquare(&instance);
