@@ -2,7 +2,6 @@
 
 #include "engine/bindings/creator_gl_bindings.h"
 #include "engine/bindings/scene3d_rows.h"
-#include "platform/desktop/camera_probe.h"
 #include "platform/dispatch/background_queue.h"
 #include "platform/dispatch/main_queue.h"
 #include "platform/dispatch/timer_source.h"
@@ -221,7 +220,7 @@ void CreatorGLHandler::requestCamera(ScriptValue resolve, ScriptValue reject) {
   auto answer =
       std::make_shared<std::pair<ScriptValue, ScriptValue>>(std::move(resolve), std::move(reject));
   dispatch::BackgroundQueue::global().post([probe = cameraProbe, answer]() mutable {
-    const bool available = probe ? probe() : desktop::hasCaptureCamera();
+    const bool available = probe();
     dispatch::post([answer = std::move(answer), available] {
       if (available) {
         answer->first.call();

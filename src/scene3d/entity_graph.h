@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filament/TransformManager.h>
 #include <math/mat4.h>
 #include <utils/Entity.h>
 
@@ -13,6 +14,10 @@ namespace talvero::scene3d {
 inline utils::Entity entityOf(uint32_t id) {
   return utils::Entity::import(static_cast<int32_t>(id));
 }
+
+// The entity's transform, looked up once; an invalid instance, with the row's one
+// "unknown entity" line, for an entity that is dead or has none.
+filament::TransformManager::Instance liveTransform(const char* row, uint32_t entity);
 
 // The children in the transform manager's order; none for an entity without a transform.
 std::vector<uint32_t> childrenOf(uint32_t entity);

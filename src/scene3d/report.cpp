@@ -8,6 +8,7 @@
 
 #include "runtime/log.h"
 #include "scene3d/engine_state.h"
+#include "scene3d/entity_graph.h"
 #include "scene3d/scene_struct.h"
 
 namespace talvero::scene3d {
@@ -29,14 +30,17 @@ void resetReports() {
   reported().clear();
 }
 
-bool checkTransform(const char* row, uint32_t entity) {
+filament::TransformManager::Instance liveTransform(const char* row, uint32_t entity) {
   filament::Engine* engine = state().engine;
-  if (engine && entity != 0 &&
-      engine->getTransformManager().hasComponent(utils::Entity::import(static_cast<int>(entity)))) {
-    return true;
-  }
-  reportOnce(row, entity, "unknown entity " + std::to_string(entity));
-  return false;
+  const auto instance = engine && entity != 0
+                            ? engine->getTransformManager().getInstance(entityOf(entity))
+                            : filament::TransformManager::Instance();
+  if (!instance) reportOnce(row, entity, "unknown entity " + std::to_string(entity));
+  return instance;
+}
+
+bool checkTransform(const char* row, uint32_t entity) {
+  return static_cast<bool>(liveTransform(row, entity));
 }
 
 bool checkScene(const char* row, int64_t scene) {

@@ -26,15 +26,6 @@ filament::TransformManager& transforms() {
   return state().engine->getTransformManager();
 }
 
-// The entity's transform, looked up once; an invalid instance, with the row's line, for an
-// entity that is dead or has none.
-filament::TransformManager::Instance liveTransform(const char* row, uint32_t entity) {
-  const auto instance = state().engine && entity != 0 ? transforms().getInstance(entityOf(entity))
-                                                      : filament::TransformManager::Instance();
-  if (!instance) reportOnce(row, entity, "unknown entity " + std::to_string(entity));
-  return instance;
-}
-
 void copyOut(const mat4f& matrix, float* out) {
   std::memcpy(out, &matrix[0][0], 16 * sizeof(float));
 }

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "engine/bindings/scene3d_rows.h"
+#include "platform/desktop/camera_probe.h"
 #include "platform/dispatch/timer_source.h"
 #include "scene3d/frame_loop.h"
 #include "scene3d/materials.h"
@@ -266,6 +267,7 @@ void addARRows(ExportTable& exports, CreatorGLHandler& handler) {
 CreatorGLHandler::CreatorGLHandler(CreatorUIStore& store)
     : ScriptHandler("_creator"), creatorUIStore(store) {
   warmSteps = {&scene3d::warmScene, &scene3d::warmSceneReady, &dispatch::postAfter};
+  cameraProbe = [] { return desktop::hasCaptureCamera(); };
   addEngineRows(exports_, *this);
   addSceneRows(exports_, *this);
   addMaterialRows(exports_, *this);
