@@ -29,14 +29,19 @@ def chunk(kind, data):
     return struct.pack(">I", len(data)) + body + struct.pack(">I", zlib.crc32(body) & 0xFFFFFFFF)
 
 
-def main(path):
+def write_png(path, width, height, colour):
+    """Writes an 8-bit RGBA PNG whose pixel (x, y), y from the top, is colour(x, y)."""
     rows = b"".join(
-        b"\x00" + bytes(channel for x in range(SIZE) for channel in colour(x, y))
-        for y in range(SIZE))
-    header = struct.pack(">IIBBBBB", SIZE, SIZE, 8, 6, 0, 0, 0)
+        b"\x00" + bytes(channel for x in range(width) for channel in colour(x, y))
+        for y in range(height))
+    header = struct.pack(">IIBBBBB", width, height, 8, 6, 0, 0, 0)
     with open(path, "wb") as out:
         out.write(b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) +
                   chunk(b"IDAT", zlib.compress(rows, 9)) + chunk(b"IEND", b""))
+
+
+def main(path):
+    write_png(path, SIZE, SIZE, colour)
 
 
 if __name__ == "__main__":

@@ -7,10 +7,12 @@
 var BUILT = "Built: the script engine, timers and animations, the native UI tree (screens, " +
     "the router, texts, buttons, inputs, scrolling and virtual lists, gradients, borders, " +
     "node animations, toasts, widgets, flexbox layout), the services (fetch, web " +
-    "sockets, local storage, file picking) and the 3D foundation (scenes, entities, " +
-    "transforms, unlit materials, textures, script-made meshes).";
-var NOT_BUILT = "Not built yet: 2D scenes, media and canvas; in 3D, lights, GLB models, " +
-    "particles and physics. Opening a project from a file or a URL is not built either.";
+    "sockets, local storage, file picking), the 3D foundation (scenes, entities, " +
+    "transforms, unlit materials, textures, script-made meshes) and 2D scenes (entities, " +
+    "camera, sprites, frame clips, picking, the batch renderer).";
+var NOT_BUILT = "Not built yet: media and canvas; 2D tilemaps and physics; in 3D, lights, " +
+    "GLB models, particles and physics. Opening a project from a file or a URL is not built " +
+    "either.";
 
 function text(content, style) {
   return {type: "text", _text: content, _style: style || {}};
@@ -249,6 +251,188 @@ function open3dPlayground() {
   }
 }
 
+// ---- The 2D playground ------------------------------------------------------------------
+// Critters wander over a meadow of y-sorted trees and rocks, stars circle a spinning coin on a
+// parent, and the coins' clip counts its loops. Drag pans the camera; a click tints the sprite
+// under it; buttons zoom and turn the camera.
+
+var playground2d = null;
+var CRITTERS = 300;
+
+function spriteAt(scene, texture, frame, x, y, layer) {
+  var entity = _creator2d.createEntity();
+  _creator2d.setSprite(entity, texture);
+  _creator2d.setSpriteFramePx(entity, frame[0] * 16, frame[1] * 16, 16, 16);
+  _creator2d.setSpriteSize(entity, 32, 32);
+  _creator2d.setPosition(entity, x, y);
+  _creator2d.setLayer(entity, layer);
+  _creator2d.addEntityToScene(scene, entity);
+  return entity;
+}
+
+function build2dScene(texture) {
+  var scene = _creator2d.createScene();
+  _creator2d.sceneSetClearColor(scene, 0.13, 0.2, 0.14, 1);
+  // Layer 0: the meadow's trees and rocks, drawn lower-on-screen in front.
+  _creator2d.setLayerYSort(scene, 0, true);
+  for (var i = 0; i < 60; i++) {
+    spriteAt(scene, texture, [1 + (i % 2), 1], Math.random() * 1200 - 600,
+        Math.random() * 900 - 450, 0);
+  }
+  // Layer 1: the critters, moved together each frame.
+  var ids = new Int32Array(CRITTERS);
+  var positions = new Float32Array(CRITTERS * 2);
+  var velocities = [];
+  for (var c = 0; c < CRITTERS; c++) {
+    positions[2 * c] = Math.random() * 1200 - 600;
+    positions[2 * c + 1] = Math.random() * 900 - 450;
+    ids[c] = spriteAt(scene, texture, [0, 1], positions[2 * c], positions[2 * c + 1], 1);
+    var angle = Math.random() * Math.PI * 2;
+    velocities.push(Math.cos(angle) * 60, Math.sin(angle) * 60);
+  }
+  // Layer 2: a coin on a turning parent, circled by its star children.
+  var hub = _creator2d.createEntity();
+  var coin = spriteAt(scene, texture, [0, 0], 0, 0, 2);
+  _creator2d.setParent(coin, hub, false);
+  _creator2d.setSpriteSize(coin, 64, 64);
+  for (var s = 0; s < 8; s++) {
+    var a = s * Math.PI / 4;
+    var star = spriteAt(scene, texture, [3, 1], 0, 0, 2);
+    _creator2d.setParent(star, hub, false);
+    _creator2d.setPosition(star, Math.cos(a) * 110, Math.sin(a) * 110);
+  }
+  var frames = new Float32Array(16);
+  for (var f = 0; f < 4; f++) frames.set([f / 4, 0, (f + 1) / 4, 0.5], f * 4);
+  _creator2d.playAnimation(coin, _creator2d.defineAnimation(coin, frames, 8, true));
+
+  var state = {scene: scene, ids: ids, positions: positions, velocities: velocities, hub: hub,
+    camera: {x: 0, y: 0, zoom: 1, rotation: 0}, loops: 0, label: null, press: null,
+    tinted: 0, turn: 0};
+  _creator2d.setOnAnimEvent(function (event) {
+    if (event.type !== 0) return;
+    state.loops++;
+    if (state.label && state.label._id) {
+      _creatorUI.updateNode(state.label._id, "text", "Coin loops: " + state.loops);
+    }
+  });
+  return state;
+}
+
+function step2d(dt) {
+  var p = playground2d;
+  for (var c = 0; c < CRITTERS; c++) {
+    for (var k = 0; k < 2; k++) {
+      var i = 2 * c + k;
+      p.positions[i] += p.velocities[i] * dt;
+      var limit = k === 0 ? 600 : 450;
+      if (p.positions[i] < -limit || p.positions[i] > limit) p.velocities[i] = -p.velocities[i];
+    }
+  }
+  _creator2d.bulkSetPositions(p.ids, p.positions, CRITTERS);
+  p.turn += dt * 30;
+  _creator2d.setRotation(p.hub, p.turn);
+}
+
+function applyCamera() {
+  var c = playground2d.camera;
+  _creator2d.cameraSetPosition(playground2d.scene, c.x, c.y);
+  _creator2d.cameraSetZoom(playground2d.scene, c.zoom);
+  _creator2d.cameraSetRotation(playground2d.scene, c.rotation);
+}
+
+// A drag pans by the world distance under the pointer; a press that barely moves is a click,
+// which tints the sprite under it.
+function onPointer2d(phase, id, x, y) {
+  var p = playground2d;
+  var world = _creator2d.cameraScreenToWorld(p.scene, x, y);
+  if (phase === 0) {
+    p.press = {x: x, y: y, world: world, moved: false};
+    return;
+  }
+  if (!p.press) return;
+  if (phase === 1) {
+    if (Math.abs(x - p.press.x) + Math.abs(y - p.press.y) > 4) p.press.moved = true;
+    p.camera.x += p.press.world[0] - world[0];
+    p.camera.y += p.press.world[1] - world[1];
+    applyCamera();
+    return;
+  }
+  if (!p.press.moved) {
+    if (p.tinted) _creator2d.setSpriteColor(p.tinted, 1, 1, 1);
+    p.tinted = _creator2d.pickSprite(p.scene, world[0], world[1]);
+    if (p.tinted) _creator2d.setSpriteColor(p.tinted, 1, 0.35, 0.35);
+  }
+  p.press = null;
+}
+
+function smallButton(label, onClick) {
+  var b = button(label, onClick);
+  b._style.paddingHorizontal = 14;
+  b._style.paddingVertical = 8;
+  return b;
+}
+
+function playground2dScreen() {
+  var label = text("Coin loops: 0", {color: "#ffffff", fontSize: 14});
+  playground2d.label = label;
+  var zoom = function (factor) {
+    return function () {
+      playground2d.camera.zoom = Math.max(0.25, Math.min(4, playground2d.camera.zoom * factor));
+      applyCamera();
+    };
+  };
+  return {
+    type: "screen",
+    _style: {backgroundColor: "transparent", padding: 32, gap: 12},
+    children: [
+      text("2D playground", {color: "#ffffff", fontSize: 24, fontWeight: 600}),
+      text(CRITTERS + " critters moved in one call per frame, a y-sorted meadow, stars on a " +
+          "turning parent and a clip. Drag to pan; click a sprite to tint it.",
+          {color: "#e6e8ee", fontSize: 14}),
+      label,
+      {type: "view", _style: {flexDirection: "row", gap: 8}, children: [
+        smallButton("Zoom in", zoom(1.25)),
+        smallButton("Zoom out", zoom(0.8)),
+        smallButton("Rotate", function () {
+          playground2d.camera.rotation = (playground2d.camera.rotation + 15) % 360;
+          applyCamera();
+        }),
+        smallButton("Back", function () {
+          console.log("[launcher] leaving the 2D playground");
+          _creator2d.offUpdate(step2d);
+          _creator2d.setOnPointer(null);
+          _creator2d.closeScene();
+          _creatorUI.routerPop(-1);
+        }),
+      ]},
+    ],
+  };
+}
+
+function open2dPlayground() {
+  console.log("[launcher] opening the 2D playground");
+  if (!playground2d) {
+    playground2d = {pending: true};
+    _creator2d.createTexture(_creatorUtils.fetchLocal("textures/sprites.png"),
+        function (texture, width, height) {
+          console.log("[launcher] sprite sheet " + width + "x" + height);
+          playground2d = build2dScene(texture);
+          enter2dPlayground();
+        },
+        function (error) { console.log("[launcher] sprite sheet failed: " + error.message); });
+    return;
+  }
+  if (!playground2d.pending) enter2dPlayground();
+}
+
+function enter2dPlayground() {
+  _creatorUI.routerPush(playground2dScreen());
+  _creator2d.onUpdate(step2d);
+  _creator2d.setOnPointer(onPointer2d);
+  applyCamera();
+  _creator2d.openScene(playground2d.scene);
+}
+
 function firstScreen(target, info) {
   var children = [
     text("Talvero", {color: "#ffffff", fontSize: 32, fontWeight: 700}),
@@ -262,7 +446,8 @@ function firstScreen(target, info) {
         {color: "#e0b05c", fontSize: 15}));
   }
   // First in the tree: the self-test's first click opens it.
-  children.splice(1, 0, button("3D playground", open3dPlayground));
+  children.splice(1, 0, button("3D playground", open3dPlayground),
+      button("2D playground", open2dPlayground));
   children.push(pulsingBadge());
   children.push(nameInput());
   children.push(rowList());

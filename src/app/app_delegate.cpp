@@ -17,7 +17,7 @@ constexpr double kVerifyHeight = 600;
 
 AppDelegate::AppDelegate(std::vector<std::string> argv, std::string bundle)
     : engine(std::make_unique<TalveroEngine>()),
-      host(engine->creatorUI(), engine->animationManager()),
+      host(engine->creatorUI(), engine->animationManager(), engine->creator2dHandler()),
       launch_(*engine, std::move(bundle), std::move(argv), executableDirectory()) {
   const LaunchFlags flags = readLaunchFlags(launch_.argv());
   headlessVerify = flags.verify;

@@ -14,6 +14,9 @@
 #include "runtime/animation_manager.h"
 #include "runtime/keyboard_state.h"
 #include "runtime/log.h"
+#include "engine/bindings/creator2d_bindings.h"
+#include "platform/gpu/gfx.h"
+#include "scene2d/scene2d.h"
 #include "scene3d/frame_loop.h"
 #include "ui/ui_store.h"
 
@@ -37,6 +40,13 @@ constexpr int kFrameTries = 200;
 constexpr auto kFrameRetry = std::chrono::milliseconds(8);
 constexpr int64_t kFrameStepMs = 16;
 constexpr double kAfterRenderWait = 0.2;
+constexpr double k2dFrameStepMs = 16;
+constexpr double k2dFrameDt = 0.016;
+constexpr auto k2dReadWait = std::chrono::milliseconds(150);
+constexpr double k2dSettle = 0.5;
+constexpr int k2dSettledFrames = 90;
+constexpr size_t k2dFirstMinimumContent = 961;
+constexpr int k2dFallMinimum = 10;
 
 void logResult(bool ok, const std::string& rendered, const std::string& empty) {
   logLine(ok ? rendered : empty);
@@ -108,6 +118,44 @@ size_t renderCurrentSceneHeadless(AnimationManager& animations, uint32_t width, 
   // The renderer gives its rows top first already: the picture is written as it came.
   if (!toolkit::writePng(bitmap, pngPath)) logLine("[TalveroApp] could not write " + pngPath);
   return count;
+}
+
+Headless2dRender render2dHeadless(Creator2DHandler& handler, AnimationManager& animations,
+                                   int width, int height, int frames, const std::string& pngPath) {
+  // One clock for every call of the process, so that no frame steps back in time.
+  static double clockMs = 0;
+  const gpu::Target target = gpu::makeTarget(width, height, "creator2d-headless");
+  c2dSetViewport(width, height);
+  c2dSetDensity(1);
+  for (int frame = 0; frame < std::max(frames, 1); ++frame) {
+    clockMs += k2dFrameStepMs;
+    handler.runUpdates(k2dFrameDt);
+    animations.tick();
+    c2dRenderGL(target, clockMs);
+  }
+  std::this_thread::sleep_for(k2dReadWait);
+  toolkit::Bitmap bitmap{width, height, gpu::readTarget(target)};
+  gpu::destroy(target);
+  Headless2dRender result;
+  if (bitmap.rgba.size() != size_t(width) * size_t(height) * 4) {
+    logLine("[verify] 2D frame could not be read back: no GL device");
+    return result;
+  }
+  const uint8_t* first = bitmap.pixel(0, 0);
+  double rowSum = 0;
+  for (int y = 0; y < height; ++y) {
+    for (int x = 0; x < width; ++x) {
+      const uint8_t* pixel = bitmap.pixel(x, y);
+      const int difference = std::abs(pixel[0] - first[0]) + std::abs(pixel[1] - first[1]) +
+                             std::abs(pixel[2] - first[2]);
+      if (difference < kDifferenceThreshold) continue;
+      ++result.count;
+      rowSum += y;
+    }
+  }
+  result.comY = result.count ? rowSum / double(result.count) : 0;
+  if (!toolkit::writePng(bitmap, pngPath)) logLine("[TalveroApp] could not write " + pngPath);
+  return result;
 }
 
 HeadlessVerify::HeadlessVerify(CreatorUIStore& store, AnimationManager& animations,
@@ -209,6 +257,22 @@ bool HeadlessVerify::sceneStep() {
   return count >= kSceneMinimumContent;
 }
 
+bool HeadlessVerify::scene2dStep() {
+  pumpRunLoop(k2dSettle);
+  Creator2DHandler& handler = host_.creator2d();
+  const Headless2dRender first = render2dHeadless(handler, animations_, kSceneWidth, kSceneHeight,
+                                                  1, snapshotPath("talvero-app-2d-first.png"));
+  logLine("[verify] 2D first-frame non-background pixels: " + std::to_string(first.count));
+  const Headless2dRender settled =
+      render2dHeadless(handler, animations_, kSceneWidth, kSceneHeight, k2dSettledFrames,
+                       snapshotPath("talvero-app-2d-settled.png"));
+  logLine("[verify] 2D settled non-background pixels: " + std::to_string(settled.count) +
+          ", comY " + std::to_string(int64_t(first.comY)) + " -> " +
+          std::to_string(int64_t(settled.comY)));
+  return first.count >= k2dFirstMinimumContent && settled.count >= 1 &&
+         first.comY + k2dFallMinimum < settled.comY;
+}
+
 bool HeadlessVerify::scrollStep() {
   const std::optional<double> offset = store_.debugScrollFirst(200);
   if (!offset) return true;
@@ -224,12 +288,7 @@ int HeadlessVerify::verifyBundle() {
   bool ok = true;
   if (store_.currentScreen) ok = driveScreen();
   if (host_.sceneOpened) ok = sceneStep() && ok;
-  // A 2D scene cannot be rendered without a window until the 2D layer exists: an opened scene is
-  // reported and fails rather than passing unseen.
-  if (host_.scene2dOpened) {
-    logLine("[verify] 2D scene opened, but headless 2D rendering is not built yet");
-    ok = false;
-  }
+  if (host_.scene2dOpened) ok = scene2dStep() && ok;
   // Media transport is checked once media players exist; with none there is no line.
   logLine(ok ? "[verify] OK" : "[verify] FAILED");
   return ok ? 0 : 1;

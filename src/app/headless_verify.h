@@ -10,6 +10,7 @@ namespace talvero {
 
 class AnimationManager;
 class AppLaunch;
+class Creator2DHandler;
 class CreatorUIStore;
 class HostViews;
 
@@ -26,6 +27,17 @@ bool hasContent(const toolkit::Bitmap& bitmap);
 // again at its next frame.
 size_t renderCurrentSceneHeadless(AnimationManager& animations, uint32_t width, uint32_t height,
                                   const std::string& pngPath);
+
+struct Headless2dRender {
+  size_t count = 0;  // pixels that differ from the first
+  double comY = 0;   // their mean row index, row 0 the top; 0 with none
+};
+// Renders the open 2D scene at `width` × `height` pixels into a target of its own, at density
+// 1: `frames` frames (at least one), each moving a clock of the process on by 16 ms and running
+// the script's updates with 0.016 s, `animations`' tick and the 2D frame. Reads the last frame
+// back after 0.15 s and writes it to `pngPath`. Nothing is counted without a GL device.
+Headless2dRender render2dHeadless(Creator2DHandler& handler, AnimationManager& animations,
+                                   int width, int height, int frames, const std::string& pngPath);
 
 // The self-test modes: they drive the real engine and scripts through the UI store's test
 // hooks in a container without a window, write PNG files, log one line per check and give
@@ -65,6 +77,9 @@ class HeadlessVerify {
   // The open 3D scene rendered at 800 × 600, dragged over and rendered again; the first render
   // must have content.
   bool sceneStep();
+  // The open 2D scene after half a second: one frame with content, then 90 more in which what
+  // stands out has moved down by more than 10 rows.
+  bool scene2dStep();
   bool keyboardTest();
 
   CreatorUIStore& store_;

@@ -4,18 +4,21 @@
 #include <utility>
 
 #include "app/screen_slide.h"
+#include "engine/bindings/creator2d_bindings.h"
 #include "runtime/log.h"
 #include "ui/ui_store.h"
 
 namespace talvero {
 
-HostViews::HostViews(CreatorUIStore& store, AnimationManager& animations)
-    : store_(store), animations_(animations) {}
+HostViews::HostViews(CreatorUIStore& store, AnimationManager& animations,
+                     Creator2DHandler& creator2d)
+    : store_(store), animations_(animations), creator2d_(creator2d) {}
 
 HostViews::~HostViews() {
   *alive_ = false;
-  // Out of its window while the engine that ticks it is still there.
+  // Out of their window while the engine that ticks them is still there.
   if (glView) glView->removeFromSuperview();
+  if (view2d) view2d->removeFromSuperview();
 }
 
 void HostViews::wireStore() {
@@ -37,7 +40,7 @@ void HostViews::wireStore() {
     return alive.lock() ? glView : nullptr;
   };
   store_.onOpen2dScene = guarded(&HostViews::scene2dOpenRequested);
-  store_.onClose2dScene = [] {};
+  store_.onClose2dScene = guarded(&HostViews::scene2dCloseRequested);
 }
 
 void HostViews::layoutScreen() {
@@ -121,9 +124,10 @@ void HostViews::keepToastOnTop() {
 void HostViews::sceneOpenRequested() {
   sceneOpened = true;
   if (!buildsSceneViews || !container || glView) return;
+  // One render view at a time, so that one view drives the clock.
+  scene2dCloseRequested();
   glView = std::make_shared<CreatorGLView>(store_, animations_);
-  glView->setFrame(container->bounds());
-  container->addSubview(glView, toolkit::View::Position::Below, nullptr);
+  addSceneView(glView);
 }
 
 void HostViews::sceneCloseRequested() {
@@ -133,9 +137,24 @@ void HostViews::sceneCloseRequested() {
 
 void HostViews::scene2dOpenRequested() {
   scene2dOpened = true;
-  if (buildsSceneViews && container) {
-    logLine("[TalveroApp] 2D scene opened, but the 2D view is not built yet: nothing is drawn");
-  }
+  if (!buildsSceneViews || !container || view2d) return;
+  sceneCloseRequested();
+  Creator2DHandler* handler = &creator2d_;
+  view2d = std::make_shared<Creator2DView>(
+      store_, animations_,
+      Creator2DSession{[handler](double dt) { handler->runUpdates(dt); },
+                       [handler](int32_t phase, float x, float y) { handler->pointer(phase, x, y); }});
+  addSceneView(view2d);
+}
+
+void HostViews::scene2dCloseRequested() {
+  if (view2d) view2d->removeFromSuperview();
+  view2d.reset();
+}
+
+void HostViews::addSceneView(const std::shared_ptr<toolkit::View>& view) {
+  view->setFrame(container->bounds());
+  container->addSubview(view, toolkit::View::Position::Below, nullptr);
 }
 
 }  // namespace talvero

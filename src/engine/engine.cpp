@@ -41,7 +41,8 @@ TalveroEngine::TalveroEngine() {
   timerManager_ = std::make_shared<TimerManager>(animationManager_);
   creatorUI_ = std::make_unique<CreatorUIStore>();
   creatorGLHandler_ = std::make_unique<CreatorGLHandler>(*creatorUI_);
-  creator2dHandler_ = std::make_unique<Creator2DHandler>();
+  creator2dHandler_ = std::make_unique<Creator2DHandler>(*creatorUI_);
+  creator2dHandler_->canvas = creatorCanvasHandler_.get();
   creatorUIHandler_ = std::make_unique<CreatorUIHandler>(*creatorUI_);
   creatorUtilsHandler_ = std::make_unique<CreatorUtilsHandler>(animationManager_);
   std::weak_ptr<bool> engineAlive = alive_;

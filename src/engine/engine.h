@@ -64,6 +64,7 @@ class TalveroEngine {
   CreatorUtilsHandler& creatorUtilsHandler() { return *creatorUtilsHandler_; }
   CreatorUIStore& creatorUI() { return *creatorUI_; }
   CreatorGLHandler& creatorGLHandler() { return *creatorGLHandler_; }
+  Creator2DHandler& creator2dHandler() { return *creator2dHandler_; }
   const std::vector<EngineModule*>& modules() const { return modules_; }
 
  private:

@@ -154,7 +154,8 @@ class HeadlessVerifyTest : public testing::ScratchDirTest {
       records.push_back(args.empty() ? "" : args[0].toString());
       return NativeValue();
     });
-    host = std::make_unique<HostViews>(engine->creatorUI(), engine->animationManager());
+    host = std::make_unique<HostViews>(engine->creatorUI(), engine->animationManager(),
+                                       engine->creator2dHandler());
     host->container = std::make_shared<toolkit::View>();
     host->container->setFrame({{0, 0}, {800, 600}});
   }

@@ -26,7 +26,8 @@ class HostViewsTest : public ::testing::Test {
     ASSERT_TRUE(toolkit::initToolkit()) << "no display: run the tests under xvfb-run";
     toolkit::setAnimationClock([this] { return now; });
     engine = std::make_unique<TalveroEngine>();
-    host = std::make_unique<HostViews>(engine->creatorUI(), engine->animationManager());
+    host = std::make_unique<HostViews>(engine->creatorUI(), engine->animationManager(),
+                                       engine->creator2dHandler());
     host->container = std::make_shared<View>();
     host->container->setFrame({{0, 0}, {800, 600}});
     host->wireStore();

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # A 3D engine asked for where there is no GPU to draw with: with no display at all, and on an
 # X server without GLX, where the renderer itself would end the process. Either way the script
-# gets one ERROR line, neutral answers, and runs to its end with status 0.
+# gets one ERROR line, neutral answers, and runs to its end with status 0. The 2D layer says once
+# that it draws nothing, and its tables and textures work all the same.
 #   no_gpu_test.sh BINARY
 set -u
 binary=$1
@@ -17,4 +18,17 @@ diff -u "$here/no_gpu/create_engine.expected" "$out" || fail "output without a d
 xvfb-run -a -s "-extension GLX" timeout 30 "$binary" --run "$script" --exit-when-idle >"$out" 2>"$err"
 expect_status $? 0 "on a display without GLX"
 diff -u "$here/no_gpu/create_engine.expected" "$out" || fail "output without GLX differs"
-exit $failed
+script=$here/no_gpu/texture_2d.js
+expected="texture 1: 64x32, sprite 1 at the origin"
+for display in none no-glx; do
+  if [[ $display == none ]]; then
+    env -u DISPLAY -u WAYLAND_DISPLAY timeout 30 "$binary" --run "$script" --exit-when-idle >"$out" 2>"$err"
+  else
+    xvfb-run -a -s "-extension GLX" timeout 30 "$binary" --run "$script" --exit-when-idle >"$out" 2>"$err"
+  fi
+  expect_status $? 0 "2D without a GL device ($display)"
+  [[ $(grep -c '^\[creator-2d\] no GL device (.*): 2D scenes run but are not drawn$' "$out") == 1 ]] ||
+    fail "2D without a GL device ($display): not one no-device line"
+  grep -qxF "$expected" "$out" || fail "2D without a GL device ($display): no \"$expected\""
+done
+finish

@@ -238,6 +238,11 @@ bool ScriptValue::isFunction() const {
   return JSObjectIsFunction(state_->context, objectOf(state_->context, raw_));
 }
 
+bool ScriptValue::strictlyEquals(const ScriptValue& other) const {
+  if (empty() || other.empty()) return empty() && other.empty();
+  return JSValueIsStrictEqual(state_->context, raw_, other.raw_);
+}
+
 std::string ScriptValue::toString() const {
   if (empty()) return "undefined";
   return glue::valueToString(state_->context, raw_);

@@ -77,6 +77,8 @@ class ScriptValue {
   bool isNumber() const;
   bool isBoolean() const;
   bool isFunction() const;
+  // Script's `===`; two empty handles are equal, an empty one equals nothing else.
+  bool strictlyEquals(const ScriptValue& other) const;
 
   std::string toString() const;
   // Nothing when the conversion itself throws (a hostile toString, a symbol).

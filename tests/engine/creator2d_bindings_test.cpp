@@ -1,0 +1,216 @@
+#include <gtest/gtest.h>
+#include <stb_image_write.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "engine/bindings/creator2d_bindings.h"
+#include "engine/engine.h"
+#include "main_queue_support.h"
+#include "platform/gpu/gfx.h"
+#include "runtime/buffers.h"
+#include "scene2d/scene2d.h"
+#include "test_support.h"
+#include "ui/ui_store.h"
+
+namespace talvero {
+namespace {
+
+using testing::json;
+
+std::vector<uint8_t> encodePng(int width, int height) {
+  std::vector<uint8_t> pixels(size_t(width) * height * 4, 0xFF);
+  std::vector<uint8_t> png;
+  stbi_write_png_to_func(
+      [](void* context, void* data, int size) {
+        auto* bytes = static_cast<std::vector<uint8_t>*>(context);
+        bytes->insert(bytes->end(), static_cast<uint8_t*>(data),
+                      static_cast<uint8_t*>(data) + size);
+      },
+      &png, width, height, 4, pixels.data(), width * 4);
+  return png;
+}
+
+// `_creator2d` in the engine's own context, drawing into a GL target under Xvfb.
+class Creator2DTest : public ::testing::Test {
+ protected:
+  void TearDown() override { gpu::destroy(target); }
+
+  std::string value(const std::string& expression) { return json(context(), expression); }
+  void run(const std::string& source) { context().evaluate(source); }
+  ScriptContext context() { return engine.currentContext(); }
+  Creator2DHandler& handler() { return engine.creator2dHandler(); }
+  CreatorUIStore& store() { return engine.creatorUI(); }
+
+  // One frame as the view runs it: updates, the animation clock, the 2D frame.
+  void frame() {
+    if (!target.id) target = gpu::makeTarget(32, 32, "test");
+    timeMs += 16;
+    handler().runUpdates(0.016);
+    engine.animationManager().tick();
+    c2dRenderGL(target, timeMs);
+  }
+
+  TalveroEngine engine;
+  gpu::Target target;
+  double timeMs = 1000;
+};
+
+TEST_F(Creator2DTest, TheTableHoldsExactlyTheRowsThisBuildServesInTheirOrder) {
+  EXPECT_EQ(value("Object.keys(_creator2d).join()"),
+            "\"backend,version,render,onUpdate,offUpdate,setOnAnimEvent,setOnPointer,"
+            "setClearColor,createScene,destroyScene,openScene,closeScene,sceneSetClearColor,"
+            "addEntityToScene,removeEntityFromScene,setLayerYSort,cameraSetPosition,"
+            "cameraSetZoom,cameraSetRotation,cameraScreenToWorld,cameraWorldToScreen,"
+            "createEntity,destroyEntity,setPosition,setRotation,setScale,setLayer,setZ,"
+            "setVisible,getPosition,setParent,getParent,getChildCount,getChild,"
+            "getWorldPosition,getWorldMatrix,worldToLocal,localToWorld,getLocalTransform,"
+            "setSprite,setSpriteFrame,setSpriteFramePx,setSpriteSize,setSpriteAnchor,"
+            "setSpriteColor,setSpriteOpacity,setSpriteFlip,createTexture,getTextureWidth,"
+            "getTextureHeight,destroyTexture,createTextureFromCanvas,updateTextureFromCanvas,"
+            "setDefaultFilter,defineAnimation,playAnimation,stopAnimation,setAnimationSpeed,"
+            "getAnimationFrame,bulkSetPositions,pickSprite\"");
+  EXPECT_EQ(value("[_creator2d.backend, _creator2d.version()]"), "[\"opengl\",1]");
+}
+
+TEST_F(Creator2DTest, BadIdsGiveNeutralResultsAsFreshArrays) {
+  EXPECT_EQ(value("[_creator2d.getPosition(9), _creator2d.getWorldMatrix(9),"
+                  " _creator2d.getLocalTransform(9), _creator2d.localToWorld(9, 3, 4),"
+                  " _creator2d.cameraScreenToWorld(9, 3, 4)]"),
+            "[[0,0],[1,0,0,1,0,0],[0,0,0,1,1],[3,4],[0,0]]");
+  EXPECT_EQ(value("[_creator2d.getParent(9), _creator2d.getChild(9, 0),"
+                  " _creator2d.getTextureWidth(9), _creator2d.getAnimationFrame(9),"
+                  " _creator2d.pickSprite(9, 0, 0), _creator2d.createTextureFromCanvas(1),"
+                  " _creator2d.defineAnimation(9, new Float32Array(4), 10, true)]"),
+            "[0,0,0,0,0,0,-1]");
+  EXPECT_EQ(value("Array.isArray(_creator2d.getPosition(9)) &&"
+                  " _creator2d.getPosition(9) !== _creator2d.getPosition(9)"),
+            "true");
+  // Non-finite numbers land in the tables without harm.
+  run("var e = _creator2d.createEntity(); _creator2d.setPosition(e, NaN, Infinity);"
+      "var s = _creator2d.createScene(); _creator2d.cameraSetZoom(s, NaN);");
+  EXPECT_EQ(value("_creator2d.getPosition(e).map(String)"), "[\"NaN\",\"Infinity\"]");
+  EXPECT_EQ(value("_creator2d.cameraWorldToScreen(s, 0, 0).every(isFinite)"), "true");
+}
+
+TEST_F(Creator2DTest, TexturesResolveWithTheirSizeAndStaleOrBadBuffersReject) {
+  const int64_t image = Buffers::putBuffer(std::make_shared<std::vector<uint8_t>>(encodePng(3, 2)));
+  const int64_t junk = Buffers::putBuffer(std::make_shared<std::vector<uint8_t>>(10, 1));
+  ::testing::internal::CaptureStdout();
+  run("var results = [];"
+      "function ok(t, w, h) { results.push([t, w, h]); }"
+      "function no(e) { results.push(e.message); }"
+      "_creator2d.createTexture(" + std::to_string(image) + ", ok, no);"
+      "_creator2d.createTexture(424242, ok, no);"
+      "_creator2d.createTexture(" + std::to_string(junk) + ", ok, no);");
+  const std::string out = ::testing::internal::GetCapturedStdout();
+  EXPECT_EQ(value("results"),
+            "[[1,3,2],\"creator-2d: texture buffer not found\","
+            "\"creator-2d: texture decode failed\"]");
+  EXPECT_NE(out.find("[Buffers] createTexture: stale id 424242\n"), std::string::npos) << out;
+  EXPECT_NE(out.find("[creator-2d] texture decode failed: "), std::string::npos) << out;
+  EXPECT_NE(out.find("(10 bytes)"), std::string::npos) << out;
+  // Neither refusal took a slot.
+  EXPECT_EQ(value("[_creator2d.getTextureWidth(1), _creator2d.getTextureWidth(2)]"), "[3,0]");
+}
+
+TEST_F(Creator2DTest, TypedArrayRowsRefuseOtherValuesAndReadOnlyWhatTheArraysHold) {
+  ::testing::internal::CaptureStdout();
+  run("var e = _creator2d.createEntity(), f = _creator2d.createEntity();"
+      "var plain = _creator2d.defineAnimation(e, [0, 0, 1, 1], 10, true);"
+      "_creator2d.bulkSetPositions(new Float32Array([e]), new Float32Array([5, 5]), 1);"
+      "_creator2d.bulkSetPositions(new Int32Array([e]), new Float64Array([5, 5]), 1);");
+  EXPECT_EQ(::testing::internal::GetCapturedStdout(),
+            "[creator-2d] defineAnimation: expected a Float32Array\n"
+            "[creator-2d] bulkSetPositions: expected an Int32Array\n"
+            "[creator-2d] bulkSetPositions: expected a Float32Array\n");
+  EXPECT_EQ(value("[plain, _creator2d.getPosition(e)]"), "[-1,[0,0]]");
+
+  // A subarray is read from its own offset; a count beyond the arrays is cut to them, and a
+  // clip takes only whole frames.
+  run("var ids = new Int32Array([0, e, f]).subarray(1);"
+      "var at = new Float32Array([9, 9, 1, 2, 3]).subarray(2);"
+      "_creator2d.bulkSetPositions(ids, at, 100);"
+      "var clip = _creator2d.defineAnimation(e, new Float32Array(7), 10, true);");
+  EXPECT_EQ(value("[_creator2d.getPosition(e), _creator2d.getPosition(f), clip]"),
+            "[[1,2],[0,0],0]");
+}
+
+TEST_F(Creator2DTest, AFrameRunsUpdatesThenLoopsThenDeliversClipEventsAfterThePass) {
+  run("var order = []; var e = _creator2d.createEntity();"
+      "_creator2d.playAnimation(e, _creator2d.defineAnimation(e, new Float32Array(4), 1000, true));"
+      "_creator2d.setOnAnimEvent(function (event) {"
+      "  order.push('event ' + [event.entityId, event.clipId, event.type]); });"
+      "_creator2d.onUpdate(function (dt) { order.push('update ' + dt); });"
+      "setLoop(function () { order.push('loop'); });");
+  frame();  // the first frame of the 2D clock has dt 0: the clip has not moved yet
+  run("order = [];");
+  frame();
+  EXPECT_EQ(value("order"), "[\"update 0.016\",\"loop\",\"event 1,0,0\"]");
+}
+
+TEST_F(Creator2DTest, UpdateFunctionsRunPerEntryAndOffUpdateRemovesEveryEqualOne) {
+  run("var runs = 0; function f() { runs++; } function g() {}"
+      "_creator2d.onUpdate(f); _creator2d.onUpdate(f); _creator2d.offUpdate(g);");
+  handler().runUpdates(0.016);
+  EXPECT_EQ(value("runs"), "2");
+  // Removed during a pass, a function still runs in that pass.
+  run("_creator2d.onUpdate(function () { _creator2d.offUpdate(f); });"
+      "_creator2d.onUpdate(f);");
+  handler().runUpdates(0.016);
+  EXPECT_EQ(value("runs"), "5");
+  handler().runUpdates(0.016);
+  EXPECT_EQ(value("runs"), "5");
+  EXPECT_EQ(handler().updateCallbacks.size(), 1u);
+}
+
+TEST_F(Creator2DTest, OpeningAndClosingFollowTheStoreHooks) {
+  int opened = 0, closed = 0;
+  store().onOpen2dScene = [&] { ++opened; };
+  store().onClose2dScene = [&] { ++closed; };
+  store().renderPaused = true;
+  run("var s = _creator2d.createScene(); _creator2d.openScene(s);");
+  EXPECT_EQ(opened, 1);
+  EXPECT_FALSE(store().renderPaused);
+  EXPECT_EQ(c2dActiveScene(), 1);
+  store().readyToRender = true;
+  run("_creator2d.closeScene(); _creator2d.openScene(s);");
+  EXPECT_EQ(closed, 1);
+  EXPECT_EQ(opened, 2);
+  EXPECT_EQ(c2dActiveScene(), 1);
+  EXPECT_FALSE(store().readyToRender);
+}
+
+TEST_F(Creator2DTest, ASessionsEndTakesItsFunctionsAndClosesTheSceneItOpened) {
+  int closed = 0;
+  store().onClose2dScene = [&] { ++closed; };
+  const ScriptContext first = context();
+  const ScriptContext second = ScriptContext::create();
+  engine.configure(second);
+  run("var ran = []; var s = _creator2d.createScene(); _creator2d.openScene(s);"
+      "_creator2d.onUpdate(function () { ran.push('first'); });"
+      "_creator2d.setOnPointer(function () { ran.push('pointer'); });"
+      "var e = _creator2d.createEntity();"
+      "_creator2d.playAnimation(e, _creator2d.defineAnimation(e, new Float32Array(4), 1000, true));"
+      "_creator2d.setOnAnimEvent(function () { ran.push('event'); });");
+  second.evaluate("var ran = []; _creator2d.onUpdate(function () { ran.push('second'); });");
+  engine.releaseResources(first);
+  EXPECT_EQ(closed, 1);
+  EXPECT_EQ(c2dActiveScene(), 0);
+  frame();
+  frame();
+  handler().pointer(0, 1, 2);
+  EXPECT_EQ(value("ran"), "[]");
+  EXPECT_EQ(json(second, "ran"), "[\"second\",\"second\"]");
+  // The tables outlive the session.
+  EXPECT_EQ(json(second, "_creator2d.getAnimationFrame(1) >= 0 && _creator2d.createScene()"), "2");
+
+  // A session that opened nothing leaves the open scene alone.
+  second.evaluate("_creator2d.openScene(1)");
+  engine.releaseResources(first);
+  EXPECT_EQ(c2dActiveScene(), 1);
+}
+
+}  // namespace
+}  // namespace talvero
