@@ -210,12 +210,32 @@ TEST_F(HostViewsTest, WithoutSceneViewsOrAContainerAnOpenedSceneIsOnlyMarked) {
   EXPECT_EQ(host->glView, nullptr);
 }
 
-TEST_F(HostViewsTest, A2dSceneIsMarkedAndSaysItsViewIsNotBuilt) {
-  ::testing::internal::CaptureStdout();
+TEST_F(HostViewsTest, A2dSceneGetsItsViewBehindTheScreensAndOneRenderViewLivesAtATime) {
+  run("var a = screen('a'); _creatorUI.openScreen(a);");
+  store().onOpenScene();
+  const std::shared_ptr<CreatorGLView> glView = host->glView;
   store().onOpen2dScene();
-  const std::string said = ::testing::internal::GetCapturedStdout();
   EXPECT_TRUE(host->scene2dOpened);
-  EXPECT_NE(said.find("2D view is not built yet"), std::string::npos) << said;
+  const std::shared_ptr<Creator2DView> view2d = host->view2d;
+  ASSERT_NE(view2d, nullptr);
+  EXPECT_EQ(glView->superview(), nullptr);
+  EXPECT_EQ(host->glView, nullptr);
+  ASSERT_EQ(stacked().size(), 2u);
+  EXPECT_EQ(stacked()[0], view2d);
+  EXPECT_EQ(stacked()[1].get(), &viewOf("a"));
+  EXPECT_EQ(view2d->frame(), (toolkit::Rect{{0, 0}, {800, 600}}));
+
+  // A 3D scene opened now takes the 2D view off the stack in turn.
+  store().onOpenScene();
+  EXPECT_EQ(view2d->superview(), nullptr);
+  EXPECT_EQ(host->view2d, nullptr);
+  EXPECT_EQ(stacked()[0], host->glView);
+
+  store().onOpen2dScene();
+  store().onClose2dScene();
+  EXPECT_EQ(host->view2d, nullptr);
+  EXPECT_EQ(stacked().size(), 1u);
+  EXPECT_TRUE(host->scene2dOpened);
 }
 
 TEST_F(HostViewsTest, TheSceneViewLeavesTheContainerWithTheHost) {
