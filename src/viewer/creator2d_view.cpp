@@ -48,7 +48,7 @@ void Creator2DView::pixelSizeChanged(int width, int height) {
 }
 
 void Creator2DView::renderFrame() {
-  if (store_.renderPaused || !areaReady()) return;
+  if (store_.renderPaused || !areaRealized() || !areaHasSize()) return;
   const double t = animations_.now() * 1000;
   const double dt = lastTime_ == 0 ? 0 : std::min((t - lastTime_) / 1000, kMaxFrameDt);
   lastTime_ = t;

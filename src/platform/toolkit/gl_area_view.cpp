@@ -19,6 +19,13 @@ GLAreaView::GLAreaView() {
   gtk_widget_set_can_target(area, FALSE);
   gtk_widget_set_focusable(area, FALSE);
   g_signal_connect(area, "render", G_CALLBACK(&GLAreaView::areaRendered), this);
+  // Key presses that reach the area end there: the window's key monitor has seen them already.
+  GtkEventController* keys = gtk_event_controller_key_new();
+  g_signal_connect(keys, "key-pressed",
+                   G_CALLBACK(+[](GtkEventControllerKey*, guint, guint, GdkModifierType,
+                                  gpointer) -> gboolean { return TRUE; }),
+                   nullptr);
+  gtk_widget_add_controller(area, keys);
   setNativeContent(area);
 }
 
@@ -42,6 +49,12 @@ int GLAreaView::areaRendered(void* area, void*, void* self) {
 
 void GLAreaView::queueRender() {
   gtk_gl_area_queue_render(GTK_GL_AREA(area_));
+}
+
+void GLAreaView::takeKeyboard() {
+  auto* area = static_cast<GtkWidget*>(area_);
+  gtk_widget_set_focusable(area, TRUE);
+  gtk_widget_grab_focus(area);
 }
 
 bool GLAreaView::areaRealized() const {

@@ -15,6 +15,8 @@ class GLAreaView : public RenderView {
 
   // Asks for `renderArea` before the platform next draws the window.
   void queueRender();
+  // Gives the area the keyboard focus; the key presses it gets go no further.
+  void takeKeyboard();
   // The area has its GL context: it is in a window realized on the display.
   bool areaRealized() const;
   // The area has been given a size of at least one pixel each way.
