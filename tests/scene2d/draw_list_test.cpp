@@ -4,6 +4,7 @@
 #include <random>
 #include <vector>
 
+#include "fresh_tables.h"
 #include "scene2d/internal/renderer.h"
 #include "scene2d/scene2d.h"
 
@@ -30,12 +31,14 @@ std::vector<int32_t> drawnEntities() {
 }
 
 // Textures without a device: the slot and size are all the draw list needs.
-void addTextures(int count) {
-  g_textures.resize(1);
-  for (int i = 0; i < count; ++i) g_textures.push_back({true, {}, 4, 4});
-}
+class Scene2DDrawList : public talvero::testing::FreshTables2D {
+ protected:
+  void addTextures(int count) {
+    for (int i = 0; i < count; ++i) fakeTexture(4, 4);
+  }
+};
 
-TEST(Scene2DDrawList, OrderKeptAcrossFramesAlwaysEqualsAFreshStableSort) {
+TEST_F(Scene2DDrawList, OrderKeptAcrossFramesAlwaysEqualsAFreshStableSort) {
   addTextures(3);
   std::mt19937 random(20240607);
   const auto pick = [&random](int n) { return static_cast<int>(random() % n); };
@@ -88,55 +91,6 @@ TEST(Scene2DDrawList, OrderKeptAcrossFramesAlwaysEqualsAFreshStableSort) {
     buildDrawList(g_scenes[scene]);
     ASSERT_EQ(drawnEntities(), stableSortedEntities()) << "frame " << frame;
   }
-}
-
-TEST(Scene2DDrawList, SpritesBecomeWorldSpaceQuadsBatchedByTexture) {
-  addTextures(2);
-  const int32_t scene = c2dCreateScene();
-  const int32_t entity = c2dCreateEntity();
-  c2dSetSprite(entity, 1);
-  c2dSetSpriteSize(entity, 10, 20);
-  c2dSetSpriteAnchor(entity, 0, 0);
-  c2dSetPosition(entity, 100, 50);
-  c2dSetSpriteColor(entity, 0.5f, 0.25f, 1);
-  c2dAddEntityToScene(scene, entity);
-  for (const int32_t texture : {1, 2, 2}) {
-    const int32_t other = c2dCreateEntity();
-    c2dSetSprite(other, texture);
-    c2dSetZ(other, 1);
-    c2dAddEntityToScene(scene, other);
-  }
-  // Tilemaps, empty entities and dead textures draw no sprite.
-  const int32_t none = c2dCreateEntity();
-  c2dAddEntityToScene(scene, none);
-  const int32_t tilemap = c2dCreateEntity();
-  g_entities[tilemap].kind = 2;
-  g_entities[tilemap].texture = 1;
-  c2dAddEntityToScene(scene, tilemap);
-  const int32_t dead = c2dCreateEntity();
-  c2dSetSprite(dead, 1);
-  g_entities[dead].texture = 9;
-  c2dAddEntityToScene(scene, dead);
-
-  buildDrawList(g_scenes[scene]);
-  ASSERT_EQ(g_renderer.vertices.size(), 16u);
-  // Anchor (0, 0) is the top left: the quad hangs down from the position.
-  const V2D expected[4] = {{100, 50, 0, 0, 0.5f, 0.25f, 1, 1},
-                           {110, 50, 1, 0, 0.5f, 0.25f, 1, 1},
-                           {110, 30, 1, 1, 0.5f, 0.25f, 1, 1},
-                           {100, 30, 0, 1, 0.5f, 0.25f, 1, 1}};
-  for (int i = 0; i < 4; ++i) {
-    const V2D& v = g_renderer.vertices[i];
-    EXPECT_EQ((std::vector<float>{v.x, v.y, v.u, v.v, v.r, v.g, v.b, v.a}),
-              (std::vector<float>{expected[i].x, expected[i].y, expected[i].u, expected[i].v,
-                                  expected[i].r, expected[i].g, expected[i].b, expected[i].a}))
-        << "corner " << i;
-  }
-  ASSERT_EQ(g_renderer.batches.size(), 2u);
-  EXPECT_EQ(g_renderer.batches[0].texture, 1);
-  EXPECT_EQ(g_renderer.batches[0].quadCount, 2);
-  EXPECT_EQ(g_renderer.batches[1].firstQuad, 2);
-  EXPECT_EQ(g_renderer.batches[1].quadCount, 2);
 }
 
 }  // namespace

@@ -24,6 +24,7 @@ TEST(Scene2DFrameStart, NothingStepsBeforeInitAndViewportAndDensityHaveFloors) {
   c2dRender(2040);
   EXPECT_EQ(c2dGetAnimationFrame(entity), 1);
   EXPECT_EQ(c2dLastFrameStats().draws, 0);
+  EXPECT_EQ(creator2dVersion(), 1);
 
   c2dSetViewport(0, -3);
   EXPECT_EQ(g_viewportW, 1);

@@ -82,14 +82,5 @@ TEST_F(Scene2DFrame, SwitchingTheFilterToTheValueInForceKeepsTheSampler) {
   EXPECT_EQ(g_renderer.sampler.id, linear);
 }
 
-TEST_F(Scene2DFrame, ReportsItsCpuTimeAndVersion) {
-  const int32_t red = texture(1, 1, {kRed});
-  for (int i = 0; i < 300; ++i) sprite(red, i % 20, 0, 1, 1);
-  render();
-  EXPECT_GT(c2dLastFrameStats().buildSeconds, 0);
-  EXPECT_GT(c2dLastFrameStats().glSeconds, 0);
-  EXPECT_EQ(creator2dVersion(), 1);
-}
-
 }  // namespace
 }  // namespace talvero::scene2d::testing
