@@ -20,8 +20,14 @@ Record* liveSlot(std::vector<Record>& table, int32_t id) {
 }
 }  // namespace
 
-Entity2D* liveEntity(int32_t id) { return liveSlot(g_entities, id); }
-Scene2D* liveScene(int32_t id) { return liveSlot(g_scenes, id); }
-Texture2D* liveTexture(int32_t id) { return liveSlot(g_textures, id); }
+Entity2D* liveEntity(int32_t id) {
+  return liveSlot(g_entities, id);
+}
+Scene2D* liveScene(int32_t id) {
+  return liveSlot(g_scenes, id);
+}
+Texture2D* liveTexture(int32_t id) {
+  return liveSlot(g_textures, id);
+}
 
 }  // namespace talvero::scene2d
