@@ -20,7 +20,8 @@ struct UIBenchHost {
       std::exit(1);
     }
     engine = std::make_unique<TalveroEngine>();
-    host = std::make_unique<HostViews>(engine->creatorUI(), engine->animationManager());
+    host = std::make_unique<HostViews>(engine->creatorUI(), engine->animationManager(),
+                                       engine->creator2dHandler());
     host->container = std::make_shared<toolkit::View>();
     host->container->setFrame({{0, 0}, {width, height}});
     host->wireStore();

@@ -18,7 +18,22 @@ diff -u "$here/no_gpu/create_engine.expected" "$out" || fail "output without a d
 xvfb-run -a -s "-extension GLX" timeout 30 "$binary" --run "$script" --exit-when-idle >"$out" 2>"$err"
 expect_status $? 0 "on a display without GLX"
 diff -u "$here/no_gpu/create_engine.expected" "$out" || fail "output without GLX differs"
-script=$here/no_gpu/texture_2d.js
+# The sprite sheet comes from a server of the test's own, on 127.0.0.1.
+sheets=$(dirname "$binary")/TalveroSDK_TalveroApp.bundle/textures
+server_log=$(mktemp)
+python3 -u -m http.server 0 --bind 127.0.0.1 --directory "$sheets" >"$server_log" 2>&1 &
+server=$!
+trap 'kill $server 2>/dev/null; rm -f "$out" "$err" "$stamp" "$server_log" "$script"' EXIT
+for _ in $(seq 100); do
+  port=$(sed -n 's/.*port \([0-9]*\).*/\1/p' "$server_log" | head -n 1)
+  [[ -n $port ]] && break
+  sleep 0.1
+done
+script=$(mktemp --suffix=.js)
+{
+  echo "var sheetUrl = 'http://127.0.0.1:${port:-0}/sprites.png';"
+  cat "$here/no_gpu/texture_2d.js"
+} >"$script"
 expected="texture 1: 64x32, sprite 1 at the origin"
 for display in none no-glx; do
   if [[ $display == none ]]; then
