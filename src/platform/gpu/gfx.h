@@ -40,6 +40,8 @@ bool setup();
 bool hasDevice();
 // Why setup failed; empty while it has not failed.
 const std::string& unavailableReason();
+// The line printed when there is no device.
+std::string noDeviceMessage(const std::string& reason);
 // GL_MAX_TEXTURE_SIZE of the device; 0 without one.
 int maxTextureSize();
 

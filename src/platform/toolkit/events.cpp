@@ -35,10 +35,12 @@ bool passMonitors(const MouseEvent& event) {
 }
 
 // A press on a view that is, or lies inside, a platform widget taking input itself is left to
-// that widget. A hosted view (a scroll view's document) is ours again: the walk ends there.
+// that widget. A hosted view (a scroll view's document) is ours again: the walk ends there. A
+// platform widget that only shows (a GL area) takes no pointer input and does not count.
 bool insideNativeContent(const View* view) {
   for (const View* v = view; v; v = v->isHosted() ? nullptr : v->superview()) {
-    if (v->nativeContent()) return true;
+    auto* content = static_cast<GtkWidget*>(v->nativeContent());
+    if (content && gtk_widget_get_can_target(content)) return true;
   }
   return false;
 }
