@@ -53,6 +53,7 @@ TEST_F(Scene2DDrawOrder, TextureBreaksTiesOnlyAfterLayerAndZ) {
   const int32_t later = texture(1, 1, {kBlue});
   c2dSetSprite(red, later);
   c2dSetSpriteSize(red, 10, 10);
+  c2dSetSpriteColor(red, 1, 1, 1);
   EXPECT_EQ(topAfterRender(), kBlue);
   c2dSetZ(green, 1);
   EXPECT_EQ(topAfterRender(), kGreen);
