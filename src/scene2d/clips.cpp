@@ -7,13 +7,7 @@
 #include "scene2d/internal/tables.h"
 #include "scene2d/scene2d.h"
 
-using talvero::scene2d::AnimClip;
-using talvero::scene2d::AnimEvent;
-using talvero::scene2d::animEvents;
-using talvero::scene2d::AnimFrame;
-using talvero::scene2d::Entity2D;
-using talvero::scene2d::g_entities;
-using talvero::scene2d::liveEntity;
+using namespace talvero::scene2d;
 
 namespace {
 

@@ -3,12 +3,7 @@
 #include "scene2d/internal/tables.h"
 #include "scene2d/scene2d.h"
 
-using talvero::scene2d::Entity2D;
-using talvero::scene2d::g_entities;
-using talvero::scene2d::g_freeEntities;
-using talvero::scene2d::g_scenes;
-using talvero::scene2d::liveEntity;
-using talvero::scene2d::Scene2D;
+using namespace talvero::scene2d;
 
 namespace {
 constexpr float kRadiansPerDegree = 0.017453292f;

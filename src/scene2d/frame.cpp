@@ -4,20 +4,7 @@
 #include "scene2d/scene2d.h"
 
 namespace gpu = talvero::gpu;
-using talvero::scene2d::advanceAnimations;
-using talvero::scene2d::flushAnimationEvents;
-using talvero::scene2d::g_activeScene;
-using talvero::scene2d::g_clearColor;
-using talvero::scene2d::g_density;
-using talvero::scene2d::g_renderer;
-using talvero::scene2d::g_viewportH;
-using talvero::scene2d::g_viewportW;
-using talvero::scene2d::liveScene;
-using talvero::scene2d::RenderCounts;
-using talvero::scene2d::rendererDrawScene;
-using talvero::scene2d::rendererInit;
-using talvero::scene2d::Scene2D;
-using talvero::scene2d::threadCpuSeconds;
+using namespace talvero::scene2d;
 
 namespace {
 

@@ -3,12 +3,7 @@
 #include "scene2d/internal/tables.h"
 #include "scene2d/scene2d.h"
 
-using talvero::scene2d::Entity2D;
-using talvero::scene2d::entityWorldMatrix;
-using talvero::scene2d::liveEntity;
-using talvero::scene2d::liveScene;
-using talvero::scene2d::Mat23;
-using talvero::scene2d::Scene2D;
+using namespace talvero::scene2d;
 
 namespace {
 

@@ -4,14 +4,7 @@
 #include "scene2d/internal/tables.h"
 #include "scene2d/scene2d.h"
 
-using talvero::scene2d::g_activeScene;
-using talvero::scene2d::g_density;
-using talvero::scene2d::g_scenes;
-using talvero::scene2d::g_viewportH;
-using talvero::scene2d::g_viewportW;
-using talvero::scene2d::liveEntity;
-using talvero::scene2d::liveScene;
-using talvero::scene2d::Scene2D;
+using namespace talvero::scene2d;
 
 namespace {
 

@@ -1,10 +1,7 @@
 #include "scene2d/internal/tables.h"
 #include "scene2d/scene2d.h"
 
-using talvero::scene2d::Entity2D;
-using talvero::scene2d::liveEntity;
-using talvero::scene2d::liveTexture;
-using talvero::scene2d::Texture2D;
+using namespace talvero::scene2d;
 
 void c2dSetSprite(int32_t entity, int32_t texture) {
   Entity2D* e = liveEntity(entity);

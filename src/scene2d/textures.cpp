@@ -9,9 +9,7 @@
 
 namespace gpu = talvero::gpu;
 using talvero::logLine;
-using talvero::scene2d::g_textures;
-using talvero::scene2d::liveTexture;
-using talvero::scene2d::Texture2D;
+using namespace talvero::scene2d;
 
 namespace {
 
