@@ -151,12 +151,13 @@ class Bench {
       const float radians = Motion::degrees(t) * 0.017453292f;
       for (int i = 0; i < kSprites; ++i) {
         const float x = Motion::x(i, t), y = Motion::y(i, t);
-        const float c = i % 10 == 0 ? std::cos(radians) : 1, s = i % 10 == 0 ? std::sin(radians) : 0;
+        const float c = i % 10 == 0 ? std::cos(radians) : 1,
+                    s = i % 10 == 0 ? std::sin(radians) : 0;
         const float cx[4] = {-8, 8, 8, -8}, cy[4] = {8, 8, -8, -8};
         const float u[4] = {0, 1, 1, 0}, v[4] = {0, 0, 1, 1};
         for (int k = 0; k < 4; ++k) {
-          vertices[size_t(i) * 4 + k] = {x + c * cx[k] - s * cy[k], y + s * cx[k] + c * cy[k],
-                                         u[k], v[k], 1, 1, 1, 1};
+          vertices[size_t(i) * 4 + k] = {
+              x + c * cx[k] - s * cy[k], y + s * cx[k] + c * cy[k], u[k], v[k], 1, 1, 1, 1};
         }
       }
       const double filled = threadSeconds();
@@ -164,8 +165,8 @@ class Bench {
       gpu::beginPass(target_, action);
       gpu::updateBuffer(r.vertexBuffer, vertices.data(), vertices.size() * sizeof(V2D));
       // The camera at the origin, zoom 1, no rotation.
-      const float mvp[16] = {2.0f / kWidth, 0, 0, 0, 0, 2.0f / kHeight, 0, 0,
-                             0,             0, 1, 0, 0, 0,              0, 1};
+      const float mvp[16] = {
+          2.0f / kWidth, 0, 0, 0, 0, 2.0f / kHeight, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
       gpu::applyPipeline(r.pipeline);
       gpu::applyUniforms(mvp, sizeof mvp);
       const int perTexture = kSprites / kTextures;
@@ -201,9 +202,10 @@ double total(const Figures& f) {
 }
 
 void print(const char* name, const Figures& f) {
-  std::printf("%-34s script %6.3f ms  build %6.3f ms  GL %6.3f ms  total %6.3f ms  draws %d  quads %d\n",
-              name, median(f.script) * 1e3, median(f.build) * 1e3, median(f.gl) * 1e3,
-              total(f) * 1e3, f.draws, f.quads);
+  std::printf(
+      "%-34s script %6.3f ms  build %6.3f ms  GL %6.3f ms  total %6.3f ms  draws %d  quads %d\n",
+      name, median(f.script) * 1e3, median(f.build) * 1e3, median(f.gl) * 1e3, total(f) * 1e3,
+      f.draws, f.quads);
 }
 
 }  // namespace

@@ -10,12 +10,12 @@
 
 #include "app/app_launch.h"
 #include "app/host_views.h"
+#include "engine/bindings/creator2d_bindings.h"
 #include "platform/dispatch/main_queue.h"
+#include "platform/gpu/gfx.h"
 #include "runtime/animation_manager.h"
 #include "runtime/keyboard_state.h"
 #include "runtime/log.h"
-#include "engine/bindings/creator2d_bindings.h"
-#include "platform/gpu/gfx.h"
 #include "scene2d/scene2d.h"
 #include "scene3d/frame_loop.h"
 #include "ui/ui_store.h"
@@ -121,7 +121,7 @@ size_t renderCurrentSceneHeadless(AnimationManager& animations, uint32_t width, 
 }
 
 Headless2dRender render2dHeadless(Creator2DHandler& handler, AnimationManager& animations,
-                                   int width, int height, int frames, const std::string& pngPath) {
+                                  int width, int height, int frames, const std::string& pngPath) {
   // One clock for every call of the process, so that no frame steps back in time.
   static double clockMs = 0;
   const gpu::Target target = gpu::makeTarget(width, height, "creator2d-headless");

@@ -37,7 +37,7 @@ struct Headless2dRender {
 // the script's updates with 0.016 s, `animations`' tick and the 2D frame. Reads the last frame
 // back after 0.15 s and writes it to `pngPath`. Nothing is counted without a GL device.
 Headless2dRender render2dHeadless(Creator2DHandler& handler, AnimationManager& animations,
-                                   int width, int height, int frames, const std::string& pngPath);
+                                  int width, int height, int frames, const std::string& pngPath);
 
 // The self-test modes: they drive the real engine and scripts through the UI store's test
 // hooks in a container without a window, write PNG files, log one line per check and give

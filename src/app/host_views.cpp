@@ -142,8 +142,9 @@ void HostViews::scene2dOpenRequested() {
   Creator2DHandler* handler = &creator2d_;
   view2d = std::make_shared<Creator2DView>(
       store_, animations_,
-      Creator2DSession{[handler](double dt) { handler->runUpdates(dt); },
-                       [handler](int32_t phase, float x, float y) { handler->pointer(phase, x, y); }});
+      Creator2DSession{
+          [handler](double dt) { handler->runUpdates(dt); },
+          [handler](int32_t phase, float x, float y) { handler->pointer(phase, x, y); }});
   addSceneView(view2d);
 }
 

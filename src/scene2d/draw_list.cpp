@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <cmath>
+#include <limits>
 #include <numeric>
 
 #include "scene2d/internal/renderer.h"
@@ -32,6 +34,8 @@ void collectItems(const Scene2D& scene) {
     const auto ySort = scene.ySortLayers.find(entity->layer);
     // On a y-sorted layer a lower entity draws later, over a higher one.
     item.sortZ = ySort != scene.ySortLayers.end() && ySort->second ? -item.world.ty : entity->z;
+    // A key that is not a number would leave the sort without an order: it draws last.
+    if (std::isnan(item.sortZ)) item.sortZ = std::numeric_limits<float>::infinity();
     items.push_back(item);
   }
 }

@@ -101,9 +101,12 @@ TEST_F(Creator2DTest, TexturesResolveWithTheirSizeAndStaleOrBadBuffersReject) {
   run("var results = [];"
       "function ok(t, w, h) { results.push([t, w, h]); }"
       "function no(e) { results.push(e.message); }"
-      "_creator2d.createTexture(" + std::to_string(image) + ", ok, no);"
+      "_creator2d.createTexture(" +
+      std::to_string(image) +
+      ", ok, no);"
       "_creator2d.createTexture(424242, ok, no);"
-      "_creator2d.createTexture(" + std::to_string(junk) + ", ok, no);");
+      "_creator2d.createTexture(" +
+      std::to_string(junk) + ", ok, no);");
   const std::string out = ::testing::internal::GetCapturedStdout();
   EXPECT_EQ(value("results"),
             "[[1,3,2],\"creator-2d: texture buffer not found\","
