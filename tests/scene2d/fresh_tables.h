@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "scene2d/internal/tables.h"
 #include "scene2d/scene2d.h"
 
@@ -17,21 +19,15 @@ class FreshTables2D : public ::testing::Test {
     g_scenes.clear();
     g_textures.clear();
     g_activeScene = 0;
-    g_viewportW = 1;
-    g_viewportH = 1;
-    g_density = 1;
     animEvents.clear();
-    c2dSetAnimEventCallback(nullptr);
   }
 
-  // A texture slot as the texture functions leave it, without a device behind it.
-  static int32_t fakeTexture(int32_t width, int32_t height) {
+  // A live 4 × 4 texture slot without a device behind it, which is all the draw list needs.
+  static int32_t fakeTexture() {
     auto& table = talvero::scene2d::g_textures;
-    if (table.empty()) table.emplace_back();
-    auto& texture = table.emplace_back();
-    texture.alive = true;
-    texture.width = width;
-    texture.height = height;
+    table.resize(std::max<size_t>(table.size(), 1) + 1);
+    table.back().alive = true;
+    table.back().width = table.back().height = 4;
     return static_cast<int32_t>(table.size() - 1);
   }
 };

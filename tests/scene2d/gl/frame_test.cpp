@@ -1,85 +1,118 @@
 #include <gtest/gtest.h>
 
+#include <tuple>
+#include <vector>
+
 #include "drawing_fixture.h"
-#include "scene2d/internal/renderer.h"
 
 namespace talvero::scene2d::testing {
 namespace {
 
-using Scene2DFrame = Scene2DDrawing;
+using Scene2DBatches = Scene2DDrawing;
+using Scene2DDrawOrder = Scene2DDrawing;
+using Scene2DClipEvents = Scene2DDrawing;
 
-// A clip of `count` whole-texture frames on a new entity, playing.
-int32_t playing(int32_t entity, int32_t count, bool loop, float fps) {
-  const std::vector<float> frames(size_t(count) * 4, 0.5f);
-  c2dPlayAnimation(entity, c2dDefineAnimation(entity, frames.data(), count, loop, fps));
-  return entity;
+TEST_F(Scene2DBatches, SpritesOfOneTextureShareADrawUntilAnotherComesBetweenThem) {
+  const int32_t red = texture(1, 1, {kRed});
+  sprite(red, -20, 0, 8, 8);
+  const int32_t right = sprite(red, 20, 0, 8, 8);
+  render();
+  EXPECT_EQ(counts(), (std::array<int, 3>{2, 1, 1}));
+  const int32_t middle = sprite(texture(1, 1, {kGreen}), 0, 0, 8, 8);
+  c2dSetZ(middle, 1);
+  c2dSetZ(right, 2);
+  render();
+  EXPECT_EQ(counts(), (std::array<int, 3>{3, 3, 3}));
+  EXPECT_EQ(at(52, 32), kRed);
+
+  // A destroyed texture takes its sprites out of the frame, not just their pixels.
+  c2dDestroyTexture(red);
+  render();
+  EXPECT_EQ(counts(), (std::array<int, 3>{1, 1, 1}));
+  EXPECT_EQ(at(12, 32), kBlack);
 }
 
-TEST_F(Scene2DFrame, StepIsZeroAtFirstClampedAfterAStallAndNeverNegative) {
-  // A frame lasts 1/30 s: the frame index tells the clip's time.
-  const int32_t entity = playing(c2dCreateEntity(), 20, true, 30);
-  c2dRenderGL(target, 1000);
-  EXPECT_EQ(c2dGetAnimationFrame(entity), 0);
-  c2dRenderGL(target, 1500);  // 0.05 s, not 0.5
-  EXPECT_EQ(c2dGetAnimationFrame(entity), 1);
-  c2dRenderGL(target, 1400);  // back in time: 0
-  EXPECT_EQ(c2dGetAnimationFrame(entity), 1);
-  c2dRenderGL(target, 1430);  // 0.08 s in all
-  EXPECT_EQ(c2dGetAnimationFrame(entity), 2);
+TEST_F(Scene2DBatches, InvisibleSpritesUploadNothingAndCapacityDoublesOnceQuadsPassIt) {
+  const int32_t white = texture(1, 1, {kWhite});
+  c2dSetVisible(sprite(white, 0, 0, 10, 10), false);
+  const uint64_t updatesBefore = gpu::counters().bufferUpdates;
+  render();
+  EXPECT_EQ(c2dLastFrameStats().capacity, 0);
+  EXPECT_EQ(gpu::counters().bufferUpdates, updatesBefore);
+
+  for (int i = 0; i < 1024; ++i) sprite(white, -20.5f + i % 10, 0.5f, 1, 1);
+  render();
+  EXPECT_EQ(c2dLastFrameStats().capacity, 1024);
+  // The newest texture sorts last: this is quad 1025, past the old capacity.
+  sprite(texture(1, 1, {kGreen}), 20.5f, 0.5f, 1, 1);
+  render();
+  EXPECT_EQ(c2dLastFrameStats().quads, 1025);
+  EXPECT_EQ(c2dLastFrameStats().capacity, 2048);
+  EXPECT_EQ(at(52, 31), kGreen);
 }
 
-struct Delivery {
-  int32_t entity, clip, kind;
-  Pixel centre;  // of the target, as the event arrives
-};
-std::vector<Delivery> g_deliveries;
+TEST_F(Scene2DBatches, AFirstFrameOfFiveThousandQuadsTakesJustThat) {
+  const int32_t white = texture(1, 1, {kWhite});
+  for (int i = 0; i < 4999; ++i) sprite(white, -20.5f + i % 10, 0.5f, 1, 1);
+  sprite(texture(1, 1, {kGreen}), 20.5f, 0.5f, 1, 1);
+  render();
+  EXPECT_EQ(c2dLastFrameStats().capacity, 5000);
+  EXPECT_EQ(at(52, 31), kGreen);
+}
+
+TEST_F(Scene2DDrawOrder, LayerThenZThenTheEntitiesOrderAndAYSortedLayerIgnoresZ) {
+  // Two white 10 × 10 sprites over pixel (32, 32), tinted red (added first) and green.
+  const int32_t white = texture(1, 1, {kWhite});
+  const int32_t red = sprite(white, 0, 0, 10, 10), green = sprite(white, 0, 0, 10, 10);
+  c2dSetSpriteColor(red, 1, 0, 0);
+  c2dSetSpriteColor(green, 0, 1, 0);
+  const auto top = [this] {
+    render();
+    return at(32, 32);
+  };
+  EXPECT_EQ(top(), kGreen);
+  // Same items and keys as the last frame, in another order.
+  c2dRemoveEntityFromScene(scene, red);
+  c2dAddEntityToScene(scene, red);
+  EXPECT_EQ(top(), kRed);
+  c2dSetZ(green, 1);
+  EXPECT_EQ(top(), kGreen);
+  c2dSetLayer(red, 1);
+  c2dSetZ(red, -5);
+  EXPECT_EQ(top(), kRed);
+
+  c2dSetLayer(red, 0);
+  c2dSetZ(red, 100);
+  c2dSetPosition(green, 0, -3);
+  EXPECT_EQ(top(), kRed);
+  c2dSetLayerYSort(scene, 0, true);
+  EXPECT_EQ(top(), kGreen) << "the lower sprite is on top whatever its z";
+}
+
+// Each delivery with the centre pixel of the target as it arrives.
+std::vector<std::tuple<int32_t, int32_t, Pixel>> g_deliveries;
 gpu::Target g_watched;
 
-void recordDelivery(int32_t entity, int32_t clip, int32_t kind) {
-  const std::vector<uint8_t> frame = gpu::readTarget(g_watched);
-  Pixel centre;
-  if (!frame.empty()) {
-    const uint8_t* p = &frame[(32 * 64 + 32) * 4];
-    centre = {p[0], p[1], p[2], p[3]};
-  }
-  g_deliveries.push_back({entity, clip, kind, centre});
-}
-
-TEST_F(Scene2DFrame, EventsArriveOnceTheFrameIsSubmittedAndAlsoWithoutATarget) {
+TEST_F(Scene2DClipEvents, ComeInEntityOrderOnceTheFrameIsDrawn) {
   g_watched = target;
-  c2dSetAnimEventCallback(&recordDelivery);
-  const int32_t entity = playing(sprite(texture(1, 1, {kRed}), 0, 0, 10, 10), 1, false, 30);
+  c2dSetAnimEventCallback([](int32_t entity, int32_t, int32_t kind) {
+    const std::vector<uint8_t> frame = gpu::readTarget(g_watched);
+    const uint8_t* p = &frame.at((32 * 64 + 32) * 4);
+    g_deliveries.emplace_back(entity, kind, Pixel{p[0], p[1], p[2], p[3]});
+  });
+  // One frame of 1/30 s each; the later entity's clip starts first.
+  const float frame[4] = {0, 0, 1, 1};
+  const int32_t ends = sprite(texture(1, 1, {kWhite}), 0, 0, 10, 10), wraps = c2dCreateEntity();
+  c2dPlayAnimation(wraps, c2dDefineAnimation(wraps, frame, 1, true, 30));
+  c2dPlayAnimation(ends, c2dDefineAnimation(ends, frame, 1, false, 30));
   render();
-  EXPECT_TRUE(g_deliveries.empty());
+  EXPECT_TRUE(g_deliveries.empty()) << "the first frame counts no time";
+  // The events must see this frame, not the last one.
+  c2dSetSpriteColor(ends, 0, 1, 0);
   timeMs += 30;
-  render();  // 46 ms in: past the one frame of 33 ms
-  ASSERT_EQ(g_deliveries.size(), 1u);
-  EXPECT_EQ(g_deliveries[0].entity, entity);
-  EXPECT_EQ(g_deliveries[0].kind, 1);
-  EXPECT_EQ(g_deliveries[0].centre, kRed);
-
-  // With nothing to draw into, clips still step and their events still come.
-  const int32_t looping = playing(c2dCreateEntity(), 2, true, 30);
-  c2dRender(timeMs += 40);
-  c2dRender(timeMs += 40);
-  EXPECT_EQ(c2dLastFrameStats().draws, 0);
-  ASSERT_EQ(g_deliveries.size(), 2u);
-  EXPECT_EQ(g_deliveries[1].entity, looping);
-  EXPECT_EQ(g_deliveries[1].kind, 0);
-  c2dSetAnimEventCallback(nullptr);
-}
-
-TEST_F(Scene2DFrame, SwitchingTheFilterToTheValueInForceKeepsTheSampler) {
   render();
-  const uint32_t nearest = g_renderer.sampler.id;
-  ASSERT_NE(nearest, 0u);
-  c2dSetDefaultFilter(false);
-  EXPECT_EQ(g_renderer.sampler.id, nearest);
-  c2dSetDefaultFilter(true);
-  const uint32_t linear = g_renderer.sampler.id;
-  EXPECT_NE(linear, 0u);
-  c2dSetDefaultFilter(true);
-  EXPECT_EQ(g_renderer.sampler.id, linear);
+  EXPECT_EQ(g_deliveries, (decltype(g_deliveries){{ends, 1, kGreen}, {wraps, 0, kGreen}}));
+  c2dSetAnimEventCallback(nullptr);
 }
 
 }  // namespace
