@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <stb_image_write.h>
 
 #include <memory>
 #include <string>
@@ -7,6 +6,7 @@
 
 #include "engine/bindings/creator2d_bindings.h"
 #include "engine/engine.h"
+#include "image_encoding.h"
 #include "main_queue_support.h"
 #include "platform/gpu/gfx.h"
 #include "runtime/buffers.h"
@@ -18,19 +18,6 @@ namespace talvero {
 namespace {
 
 using testing::json;
-
-std::vector<uint8_t> encodePng(int width, int height) {
-  std::vector<uint8_t> pixels(size_t(width) * height * 4, 0xFF);
-  std::vector<uint8_t> png;
-  stbi_write_png_to_func(
-      [](void* context, void* data, int size) {
-        auto* bytes = static_cast<std::vector<uint8_t>*>(context);
-        bytes->insert(bytes->end(), static_cast<uint8_t*>(data),
-                      static_cast<uint8_t*>(data) + size);
-      },
-      &png, width, height, 4, pixels.data(), width * 4);
-  return png;
-}
 
 // `_creator2d` in the engine's own context, drawing into a GL target under Xvfb.
 class Creator2DTest : public ::testing::Test {
@@ -95,7 +82,9 @@ TEST_F(Creator2DTest, BadIdsGiveNeutralResultsAsFreshArrays) {
 }
 
 TEST_F(Creator2DTest, TexturesResolveWithTheirSizeAndStaleOrBadBuffersReject) {
-  const int64_t image = Buffers::putBuffer(std::make_shared<std::vector<uint8_t>>(encodePng(3, 2)));
+  const std::vector<uint8_t> white(3 * 2 * 4, 0xFF);
+  const int64_t image = Buffers::putBuffer(
+      std::make_shared<std::vector<uint8_t>>(testing::encodeImage(3, 2, white.data())));
   const int64_t junk = Buffers::putBuffer(std::make_shared<std::vector<uint8_t>>(10, 1));
   ::testing::internal::CaptureStdout();
   run("var results = [];"

@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <stb_image_write.h>
 
 #include <memory>
 #include <string>
@@ -7,6 +6,7 @@
 
 #include "engine/bindings/creator_gl_bindings.h"
 #include "engine/engine.h"
+#include "image_encoding.h"
 #include "main_queue_support.h"
 #include "platform/toolkit/window.h"
 #include "runtime/buffers.h"
@@ -309,16 +309,9 @@ TEST_F(CreatorGLTest, WarmRenderCallsBackOnceTheRealWarmUpIsDone) {
 }
 
 TEST_F(CreatorGLTest, TexturesResolveWithTheirSizeAndStaleOrBadBuffersReject) {
-  std::vector<uint8_t> pixels(3 * 2 * 4, 0xFF);
-  auto png = std::make_shared<std::vector<uint8_t>>();
-  stbi_write_png_to_func(
-      [](void* context, void* data, int size) {
-        auto* bytes = static_cast<std::vector<uint8_t>*>(context);
-        bytes->insert(bytes->end(), static_cast<uint8_t*>(data),
-                      static_cast<uint8_t*>(data) + size);
-      },
-      png.get(), 3, 2, 4, pixels.data(), 3 * 4);
-  const int64_t image = Buffers::putBuffer(png);
+  const std::vector<uint8_t> pixels(3 * 2 * 4, 0xFF);
+  const int64_t image = Buffers::putBuffer(
+      std::make_shared<std::vector<uint8_t>>(testing::encodeImage(3, 2, pixels.data())));
   const int64_t junk = Buffers::putBuffer(std::make_shared<std::vector<uint8_t>>(10, 1));
   ::testing::internal::CaptureStdout();
   run("_creator.createEngine([]); var results = [];"

@@ -1,7 +1,7 @@
 #include "scene3d/image_textures.h"
 
 #include <gtest/gtest.h>
-#include <stb_image_write.h>
+#include "image_encoding.h"
 
 #include <memory>
 #include <string>
@@ -22,17 +22,8 @@ Bytes encoded(const std::string& format, int width, int height, std::vector<uint
   std::vector<uint8_t> pixels;
   for (int i = 0; i < width * height; ++i)
     pixels.insert(pixels.end(), colour.begin(), colour.end());
-  auto out = std::make_shared<std::vector<uint8_t>>();
-  auto append = [](void* context, void* data, int size) {
-    auto* bytes = static_cast<std::vector<uint8_t>*>(context);
-    bytes->insert(bytes->end(), static_cast<uint8_t*>(data), static_cast<uint8_t*>(data) + size);
-  };
-  if (format == "png") {
-    stbi_write_png_to_func(append, out.get(), width, height, 4, pixels.data(), width * 4);
-  } else {
-    stbi_write_jpg_to_func(append, out.get(), width, height, 4, pixels.data(), 100);
-  }
-  return out;
+  return std::make_shared<const std::vector<uint8_t>>(
+      talvero::testing::encodeImage(width, height, pixels.data(), format != "png"));
 }
 
 struct Outcome {

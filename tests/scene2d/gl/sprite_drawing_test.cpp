@@ -1,5 +1,5 @@
 #include <gtest/gtest.h>
-#include <stb_image_write.h>
+#include "image_encoding.h"
 
 #include <string>
 
@@ -99,13 +99,8 @@ TEST_F(Scene2DSprites, TintIsExactOpacityBlendsAndTheSceneClearColourWins) {
 
 TEST_F(Scene2DSprites, APngGivesItsSizeAnUpdateKeepsTheIdGarbageGivesZeroAndALine) {
   const Pixel texels[] = {kRed, kGreen, kBlue, kWhite};
-  std::vector<uint8_t> png;
-  const auto append = [](void* out, void* data, int size) {
-    auto* bytes = static_cast<uint8_t*>(data);
-    auto* into = static_cast<std::vector<uint8_t>*>(out);
-    into->insert(into->end(), bytes, bytes + size);
-  };
-  ASSERT_NE(stbi_write_png_to_func(append, &png, 2, 2, 4, texels, 8), 0);
+  const std::vector<uint8_t> png = talvero::testing::encodeImage(2, 2, texels);
+  ASSERT_FALSE(png.empty());
   const int32_t id = c2dCreateTexture(png.data(), png.size());
   EXPECT_EQ(c2dGetTextureWidth(id), 2);
   EXPECT_EQ(c2dGetTextureHeight(id), 2);
