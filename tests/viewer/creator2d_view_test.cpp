@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "in_window.h"
 #include "platform/dispatch/main_queue.h"
 #include "platform/gpu/gfx.h"
 #include "platform/script/script_context.h"
@@ -52,17 +53,7 @@ class View2DTest : public ::testing::Test {
   void TearDown() override { animations->stopDisplayLink(); }
 
   void inWindow(const std::function<void(toolkit::Window&)>& body) {
-    toolkit::Application application("local.talvero.view-2d-test");
-    application.run([&] {
-      {
-        toolkit::Window window(application, "2d view", 240, 160);
-        view->setFrame({{0, 0}, {240, 160}});
-        window.contentView()->addSubview(view);
-        window.present();
-        body(window);
-      }
-      application.quit();
-    });
+    testing::inWindow(view, body);
   }
   bool until(const std::function<bool()>& condition) {
     return dispatch::pumpUntil(condition, kPatience);

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "in_window.h"
 #include "platform/dispatch/main_queue.h"
 #include "platform/script/export_table.h"
 #include "platform/script/script_context.h"
@@ -76,19 +77,8 @@ class GLViewTest : public ::testing::Test {
     scene3d::testing::addQuad(scene, quadColour, -3, 0.3f, 3, 3, -2);
   }
 
-  // Runs `body` with the view filling a 240 x 160 window on screen.
   void inWindow(const std::function<void(toolkit::Window&)>& body) {
-    toolkit::Application application("local.talvero.gl-view-test");
-    application.run([&] {
-      {
-        toolkit::Window window(application, "gl view", 240, 160);
-        view->setFrame({{0, 0}, {240, 160}});
-        window.contentView()->addSubview(view);
-        window.present();
-        body(window);
-      }
-      application.quit();
-    });
+    testing::inWindow(view, body);
   }
 
   bool until(const std::function<bool()>& condition) {
