@@ -29,6 +29,16 @@ bool inked(const Bitmap& bitmap, int x, int y) {
   return pixelAt(bitmap, x, y).a > 0;
 }
 
+// Pixels (left, top) to (right, bottom) are solid red and those just outside them are empty.
+void expectRedBox(const Bitmap& bitmap, int left, int top, int right, int bottom) {
+  EXPECT_TRUE(isOpaqueRed(pixelAt(bitmap, left, top)));
+  EXPECT_TRUE(isOpaqueRed(pixelAt(bitmap, right, bottom)));
+  EXPECT_FALSE(inked(bitmap, left - 1, top));
+  EXPECT_FALSE(inked(bitmap, left, top - 1));
+  EXPECT_FALSE(inked(bitmap, right + 1, bottom));
+  EXPECT_FALSE(inked(bitmap, right, bottom + 1));
+}
+
 }  // namespace
 
 TEST(PixelLimit, AcceptsUpToSixteenKOnASideAndSixtyFourMebipixelsInAll) {
@@ -62,40 +72,23 @@ TEST(GraphicsContext, FillRectLandsOnExactPixelsUnderEachTransform) {
   auto translated = redContext();
   translated->translate(5, 5);
   translated->fillRect(0, 0, 2, 2);
-  BitmapRef a = translated->finish();
-  EXPECT_TRUE(isOpaqueRed(pixelAt(*a, 5, 5)));
-  EXPECT_TRUE(isOpaqueRed(pixelAt(*a, 6, 6)));
-  EXPECT_FALSE(inked(*a, 4, 4));
-  EXPECT_FALSE(inked(*a, 7, 7));
+  expectRedBox(*translated->finish(), 5, 5, 6, 6);
 
   auto scaled = redContext();
   scaled->scale(2, 3);
-  scaled->fillRect(1, 1, 2, 2);  // pixels x 2..5, y 3..8
-  BitmapRef b = scaled->finish();
-  EXPECT_TRUE(isOpaqueRed(pixelAt(*b, 2, 3)));
-  EXPECT_TRUE(isOpaqueRed(pixelAt(*b, 5, 8)));
-  EXPECT_FALSE(inked(*b, 6, 5));
-  EXPECT_FALSE(inked(*b, 3, 9));
+  scaled->fillRect(1, 1, 2, 2);
+  expectRedBox(*scaled->finish(), 2, 3, 5, 8);
 
   auto rotated = redContext();
   rotated->translate(10, 10);
   rotated->rotate(std::numbers::pi / 2);  // (x, y) goes to (10 - y, 10 + x)
-  rotated->fillRect(0, 0, 4, 2);          // pixels x 8..9, y 10..13
-  BitmapRef c = rotated->finish();
-  EXPECT_TRUE(isOpaqueRed(pixelAt(*c, 8, 10)));
-  EXPECT_TRUE(isOpaqueRed(pixelAt(*c, 9, 13)));
-  EXPECT_FALSE(inked(*c, 10, 12));
-  EXPECT_FALSE(inked(*c, 9, 9));
-  EXPECT_FALSE(inked(*c, 9, 14));
+  rotated->fillRect(0, 0, 4, 2);
+  expectRedBox(*rotated->finish(), 8, 10, 9, 13);
 
   auto atScale = redContext(20, 2);
   atScale->concat(1, 0, 0, 1, 1, 0);
-  atScale->fillRect(1, 1, 2, 2);  // units 2..4 by 1..3: pixels x 4..7, y 2..5
-  BitmapRef d = atScale->finish();
-  EXPECT_TRUE(isOpaqueRed(pixelAt(*d, 4, 2)));
-  EXPECT_TRUE(isOpaqueRed(pixelAt(*d, 7, 5)));
-  EXPECT_FALSE(inked(*d, 3, 2));
-  EXPECT_FALSE(inked(*d, 8, 6));
+  atScale->fillRect(1, 1, 2, 2);  // units 2..4 by 1..3
+  expectRedBox(*atScale->finish(), 4, 2, 7, 5);
 }
 
 TEST(GraphicsContext, RestoreBringsBackTransformPaintAndAlpha) {
@@ -201,11 +194,18 @@ TEST(GraphicsContext, ArcDirectionFollowsTheFlagAndHugeSweepsEndAtOnce) {
   ctx->fill();
   ctx->arc(30, 10, 5, 0, -1e9, 0);
   ctx->fill();
+  // Radii far beyond the bitmap end at once too; this edge crosses it as a straight line.
+  ctx->arc(20, 4e6 + 30, 4e6, 0, std::numbers::pi * 2, 1);
+  ctx->fill();
+  ctx->arc(20, 20, 1e300, 0, 1, 1);
+  ctx->beginPath();
   BitmapRef full = ctx->finish();
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
   EXPECT_TRUE(isOpaqueRed(pixelAt(*full, 10, 10)));
   EXPECT_TRUE(isOpaqueRed(pixelAt(*full, 30, 10)));
   EXPECT_FALSE(inked(*full, 10, 17));
+  EXPECT_FALSE(inked(*full, 20, 28));
+  EXPECT_TRUE(isOpaqueRed(pixelAt(*full, 20, 31)));
 }
 
 TEST(GraphicsContext, EvenOddLeavesTheInnerSquareEmpty) {
@@ -278,6 +278,9 @@ TEST(GraphicsContext, DrawBitmapFillsTheDestinationWithUnfadedEdges) {
 TEST(GraphicsContext, BadDashesAndLineWidthsLeaveAWorkingContext) {
   auto ctx = GraphicsContext::create(40, 12, 1);
   ctx->setStroke(kRed);
+  ctx->moveTo(0, 5.5);
+  ctx->lineTo(40, 5.5);
+  ctx->stroke();  // one pixel wide by default
   ctx->setLineWidth(2);
   ctx->setLineWidth(-3);
   ctx->setLineWidth(kNaN);
@@ -294,6 +297,8 @@ TEST(GraphicsContext, BadDashesAndLineWidthsLeaveAWorkingContext) {
   BitmapRef bitmap = ctx->finish();
   for (int x = 0; x < 40; ++x) EXPECT_TRUE(isOpaqueRed(pixelAt(*bitmap, x, 2))) << x;
   EXPECT_FALSE(inked(*bitmap, 0, 4));
+  EXPECT_TRUE(isOpaqueRed(pixelAt(*bitmap, 0, 5)));
+  EXPECT_FALSE(inked(*bitmap, 0, 6));
   EXPECT_TRUE(inked(*bitmap, 1, 8));
   EXPECT_FALSE(inked(*bitmap, 5, 8));
 }

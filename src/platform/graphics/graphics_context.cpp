@@ -141,6 +141,7 @@ std::unique_ptr<GraphicsContext> GraphicsContext::create(int pixelWidth, int pix
   impl->cr = cairo_create(surface);
   if (cairo_status(impl->cr) != CAIRO_STATUS_SUCCESS) return nullptr;
   cairo_scale(impl->cr, scale, scale);
+  cairo_set_line_width(impl->cr, 1);  // Cairo starts at 2; canvases and SVG at 1
   return std::unique_ptr<GraphicsContext>(new GraphicsContext(std::move(impl)));
 }
 
@@ -226,14 +227,49 @@ void GraphicsContext::cubicTo(double c1x, double c1y, double c2x, double c2y, do
 void GraphicsContext::arc(double cx, double cy, double radius, double startAngle, double endAngle,
                           double directionFlag) {
   if (!impl_->drawing() || !finite({cx, cy, radius, startAngle, endAngle}) || radius < 0) return;
-  // Cairo splits a sweep into pieces in proportion to its length; a huge one would never end.
   constexpr double kTurn = 2 * std::numbers::pi;
-  if (directionFlag == 0) {
-    if (startAngle - endAngle > kTurn) endAngle = startAngle - kTurn;
-    cairo_arc_negative(impl_->cr, cx, cy, radius, startAngle, endAngle);
-  } else {
-    if (endAngle - startAngle > kTurn) endAngle = startAngle + kTurn;
-    cairo_arc(impl_->cr, cx, cy, radius, startAngle, endAngle);
+  // Wrapped as Cairo wraps a sweep the wrong way round, and cut to one turn: Cairo splits a
+  // sweep into pieces in proportion to its length, so a huge one would never end.
+  const bool increasing = directionFlag != 0;
+  double sweep = endAngle - startAngle;
+  if (increasing && sweep < 0) {
+    sweep = std::fmod(sweep, kTurn);
+    if (sweep < 0) sweep += kTurn;
+  } else if (!increasing && sweep > 0) {
+    sweep = std::fmod(sweep, kTurn);
+    if (sweep > 0) sweep -= kTurn;
+  }
+  sweep = std::clamp(sweep, -kTurn, kTurn);
+
+  cairo_t* cr = impl_->cr;
+  double ux = radius, uy = 0, vx = 0, vy = radius;
+  cairo_user_to_device_distance(cr, &ux, &uy);
+  cairo_user_to_device_distance(cr, &vx, &vy);
+  // Cairo also searches for a piece small enough for its tolerance one angle at a time, which
+  // never ends for a radius of many millions of pixels. Such an arc is built here from a fixed
+  // number of curves instead, still well within a pixel.
+  constexpr double kLargestCairoRadius = 1 << 20;
+  if (std::max(std::hypot(ux, uy), std::hypot(vx, vy)) <= kLargestCairoRadius) {
+    if (increasing) {
+      cairo_arc(cr, cx, cy, radius, startAngle, startAngle + sweep);
+    } else {
+      cairo_arc_negative(cr, cx, cy, radius, startAngle, startAngle + sweep);
+    }
+    return;
+  }
+  constexpr int kCurvesPerTurn = 64;
+  const int curves =
+      std::max(1, static_cast<int>(std::ceil(std::abs(sweep) / kTurn * kCurvesPerTurn)));
+  const double step = sweep / curves;
+  const double handle = 4.0 / 3.0 * std::tan(step / 4) * radius;
+  double angle = startAngle;
+  cairo_line_to(cr, cx + radius * std::cos(angle), cy + radius * std::sin(angle));
+  for (int i = 0; i < curves; ++i, angle += step) {
+    const double c0 = std::cos(angle), s0 = std::sin(angle);
+    const double c1 = std::cos(angle + step), s1 = std::sin(angle + step);
+    cairo_curve_to(cr, cx + radius * c0 - handle * s0, cy + radius * s0 + handle * c0,
+                   cx + radius * c1 + handle * s1, cy + radius * s1 - handle * c1, cx + radius * c1,
+                   cy + radius * s1);
   }
 }
 

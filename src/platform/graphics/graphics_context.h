@@ -76,7 +76,7 @@ class GraphicsContext {
   void setFill(const Paint& paint);
   void setStroke(const Paint& paint);
   void setGlobalAlpha(double alpha);  // clamped to 0 to 1; not finite: ignored
-  void setLineWidth(double width);    // not positive and finite: ignored
+  void setLineWidth(double width);    // starts at 1; not positive and finite: ignored
   void setLineCap(LineCap cap);
   void setLineJoin(LineJoin join);
   void setMiterLimit(double limit);  // not positive and finite: ignored
