@@ -122,6 +122,22 @@ TEST(ImageCodecs, DecodeRefusesSizesOverTheLimitFromTheHeaderAlone) {
     EXPECT_EQ(result.image, nullptr);
     EXPECT_NE(result.error.find("pixel limit"), std::string::npos) << result.error;
   }
+  // A real JPEG whose frame header is made to claim 20000 by 20000.
+  auto jpeg = encodeJpeg(*sample());
+  ASSERT_TRUE(jpeg);
+  size_t frame = 2;
+  while (frame + 9 < jpeg->size() && !((*jpeg)[frame] == 0xff && (*jpeg)[frame + 1] == 0xc0)) {
+    ++frame;
+  }
+  ASSERT_LT(frame + 9, jpeg->size());
+  for (size_t at : {frame + 5, frame + 7}) {
+    (*jpeg)[at] = 20000 >> 8;
+    (*jpeg)[at + 1] = 20000 & 0xff;
+  }
+  DecodeResult huge = decodeImage(jpeg->data(), jpeg->size());
+  EXPECT_EQ(huge.image, nullptr);
+  EXPECT_NE(huge.error.find("pixel limit"), std::string::npos) << huge.error;
+
   // A side at the limit passes the header; what the decoder makes of the missing data is its
   // own affair.
   std::vector<uint8_t> header = pngHeader(16384, 1);
