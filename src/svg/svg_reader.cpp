@@ -1167,11 +1167,16 @@ class Reader final : public svg_xml::XmlHandler {
           alignX_ = Align::mid;
         else if (v.find("xMax") != std::string_view::npos)
           alignX_ = Align::max;
-        if (v.find("yMin") != std::string_view::npos)
+        // The standard spelling has a capital Y; the lower-case one is read as well.
+        auto hasY = [&](std::string_view tail) {
+          return v.find("Y" + std::string(tail)) != std::string_view::npos ||
+                 v.find("y" + std::string(tail)) != std::string_view::npos;
+        };
+        if (hasY("Min"))
           alignY_ = Align::min;
-        else if (v.find("yMid") != std::string_view::npos)
+        else if (hasY("Mid"))
           alignY_ = Align::mid;
-        else if (v.find("yMax") != std::string_view::npos)
+        else if (hasY("Max"))
           alignY_ = Align::max;
         alignType_ = v.find("slice") != std::string_view::npos ? AlignType::slice : AlignType::meet;
       }
