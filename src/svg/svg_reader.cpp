@@ -212,71 +212,109 @@ std::string parseUrl(std::string_view text) {
 
 // ---- transform lists ----
 
-// Reads the numbers between the parentheses after `text`'s start. Gives the length to the
-// closing parenthesis, 1 when there is no argument list, 0 when there are too many numbers.
-size_t parseTransformArgs(std::string_view text, float* args, int maxCount, int& count) {
+// Finds the next '(' or ')' at or after a position. Queries only move forward through a
+// transform list, so a remembered answer is reused and the text is scanned once in all.
+class BracketFinder {
+ public:
+  explicit BracketFinder(std::string_view text) : text_(text) {}
+  size_t next(char bracket, size_t from) {
+    Cache& cache = bracket == '(' ? open_ : close_;
+    if (!(cache.from <= from && (cache.found == std::string_view::npos || cache.found >= from))) {
+      cache.found = text_.find(bracket, from);
+    }
+    cache.from = from;
+    return cache.found;
+  }
+
+ private:
+  struct Cache {
+    size_t from = std::string_view::npos;
+    size_t found = std::string_view::npos;
+  };
+  std::string_view text_;
+  Cache open_;
+  Cache close_;
+};
+
+// Reads the numbers between the parentheses after `start`. Gives the length from `start` to
+// the closing parenthesis, 1 when there is no argument list. An item with too many numbers is
+// dropped whole: its length is still given, and `count` is past `maxCount`.
+size_t parseTransformArgs(std::string_view text, size_t start, BracketFinder& brackets, float* args,
+                          int maxCount, int& count) {
   count = 0;
-  const size_t open = text.find('(');
+  const size_t open = brackets.next('(', start);
   if (open == std::string_view::npos) return 1;
-  const size_t close = text.find(')', open);
+  const size_t close = brackets.next(')', open);
   if (close == std::string_view::npos) return 1;
   size_t pos = open;
   while (pos < close) {
     const char c = text[pos];
     if (c == '-' || c == '+' || c == '.' || isDigit(c)) {
-      if (count >= maxCount) return 0;
-      args[count++] = static_cast<float>(parseNumberText(scanNumber(text, pos)));
+      const float value = static_cast<float>(parseNumberText(scanNumber(text, pos)));
+      if (count < maxCount) args[count] = value;
+      ++count;
     } else {
       ++pos;
     }
   }
-  return close;
+  return close - start;
 }
 
 Xform parseTransform(std::string_view text) {
   Xform result = kIdentity;
+  BracketFinder brackets(text);
   size_t pos = 0;
   while (pos < text.size()) {
     const std::string_view rest = text.substr(pos);
     float args[6] = {0, 0, 0, 0, 0, 0};
     int count = 0;
-    size_t length = 0;
+    int maxCount = 0;
+    enum class Kind { matrix, translate, scale, rotate, skewX, skewY } kind;
+    if (rest.starts_with("matrix"))
+      kind = Kind::matrix, maxCount = 6;
+    else if (rest.starts_with("translate"))
+      kind = Kind::translate, maxCount = 2;
+    else if (rest.starts_with("scale"))
+      kind = Kind::scale, maxCount = 2;
+    else if (rest.starts_with("rotate"))
+      kind = Kind::rotate, maxCount = 3;
+    else if (rest.starts_with("skewX"))
+      kind = Kind::skewX, maxCount = 1;
+    else if (rest.starts_with("skewY"))
+      kind = Kind::skewY, maxCount = 1;
+    else {
+      ++pos;
+      continue;
+    }
+    pos += parseTransformArgs(text, pos, brackets, args, maxCount, count);
+    if (count > maxCount) continue;
     Xform t = kIdentity;
-    if (rest.starts_with("matrix")) {
-      length = parseTransformArgs(rest, args, 6, count);
-      if (count == 6) std::copy(args, args + 6, t.begin());
-    } else if (rest.starts_with("translate")) {
-      length = parseTransformArgs(rest, args, 2, count);
-      t = translation(args[0], count == 1 ? 0.0f : args[1]);
-    } else if (rest.starts_with("scale")) {
-      length = parseTransformArgs(rest, args, 2, count);
-      t = count == 0 ? kIdentity : scaling(args[0], count == 1 ? args[0] : args[1]);
-    } else if (rest.starts_with("rotate")) {
-      length = parseTransformArgs(rest, args, 3, count);
-      const float angle = args[0] / 180.0f * kPi;
-      const float cs = std::cos(angle), sn = std::sin(angle);
-      const Xform rotation = {cs, sn, -sn, cs, 0, 0};
-      if (count > 1) {
-        t = multiply(multiply(translation(-args[1], -args[2]), rotation),
-                     translation(args[1], args[2]));
-      } else {
-        t = rotation;
+    switch (kind) {
+      case Kind::matrix:
+        if (count == 6) std::copy(args, args + 6, t.begin());
+        break;
+      case Kind::translate:
+        t = translation(args[0], count == 1 ? 0.0f : args[1]);
+        break;
+      case Kind::scale:
+        if (count > 0) t = scaling(args[0], count == 1 ? args[0] : args[1]);
+        break;
+      case Kind::rotate: {
+        const float angle = args[0] / 180.0f * kPi;
+        const float cs = std::cos(angle), sn = std::sin(angle);
+        const Xform rotation = {cs, sn, -sn, cs, 0, 0};
+        t = count > 1 ? multiply(multiply(translation(-args[1], -args[2]), rotation),
+                                 translation(args[1], args[2]))
+                      : rotation;
+        break;
       }
-    } else if (rest.starts_with("skewX")) {
-      length = parseTransformArgs(rest, args, 1, count);
-      t = {1, 0, std::tan(args[0] / 180.0f * kPi), 1, 0, 0};
-    } else if (rest.starts_with("skewY")) {
-      length = parseTransformArgs(rest, args, 1, count);
-      t = {1, std::tan(args[0] / 180.0f * kPi), 0, 1, 0, 0};
-    } else {
-      ++pos;
-      continue;
+      case Kind::skewX:
+        t = {1, 0, std::tan(args[0] / 180.0f * kPi), 1, 0, 0};
+        break;
+      case Kind::skewY:
+        t = {1, std::tan(args[0] / 180.0f * kPi), 0, 1, 0, 0};
+        break;
     }
-    if (length == 0) {
-      ++pos;
-      continue;
-    }
-    pos += length;
     // Later items of the list apply first.
     result = multiply(t, result);
   }

@@ -48,6 +48,25 @@ TEST(SvgTransforms, EachTransformFunction) {
   EXPECT_TRUE(near(at("wobble(3) translate(1,1)"), {21, 11}));
 }
 
+TEST(SvgTransforms, MalformedItemsAreDroppedAndLongListsReadInOnePass) {
+  auto at = [](const std::string& transform) {
+    return firstPoint(parseInCanvas("<path transform=\"" + transform + "\" d=\"M20 10 L30 10\"/>"));
+  };
+  // Too many numbers drop the item; a missing parenthesis ends the list.
+  EXPECT_TRUE(near(at("translate(1 2 3) scale(2)"), {40, 20}));
+  EXPECT_TRUE(near(at("matrix(1 2 3) translate(1)"), {21, 10}));
+  EXPECT_TRUE(near(at("translate(1) scale(2"), {21, 10}));
+
+  // Every unmatched "scale(" would look ahead to the end of the text again if the reader
+  // searched afresh each time; 200,000 of them must still read in a moment.
+  std::string many;
+  for (int i = 0; i < 200000; ++i) many += "scale(";
+  EXPECT_TRUE(near(at(many), {20, 10}));
+  std::string opened;
+  for (int i = 0; i < 200000; ++i) opened += "rotate(((";
+  EXPECT_TRUE(near(at(opened + ")"), {20, 10}));
+}
+
 TEST(SvgTransforms, StrokeWidthAndDashesScaleWithTheShape) {
   const ParsedSVG svg = parseInCanvas(
       "<g transform=\"scale(2,4)\"><path stroke=\"red\" stroke-width=\"2\" "
