@@ -874,6 +874,13 @@ class Reader final : public svg_xml::XmlHandler {
     else if (sweep && da < 0)
       da += 2 * kPi;
 
+    if (!std::isfinite(da) || !std::isfinite(a1) || !std::isfinite(cx) || !std::isfinite(cy)) {
+      // Radii so large that their squares overflow leave nothing to divide; draw the chord.
+      lineTo(x2, y2);
+      c.x = x2;
+      c.y = y2;
+      return;
+    }
     const Xform t = {cosrx, sinrx, -sinrx, cosrx, cx, cy};
     // At most a quarter turn per cubic.
     const int divisions = static_cast<int>(std::fabs(da) / (kPi * 0.5f) + 1.0f);

@@ -109,7 +109,8 @@ TEST(SvgPathData, SmoothCurvesReflectThePreviousControl) {
   EXPECT_TRUE(near(q[1].end, {20, 0}));
 
   // With no curve before it, S takes the current point as its first control.
-  const auto& s = pathShape("M0 0 L10 0 S20 10 20 0").subpaths.at(0).curves;
+  const SVGShape smooth = pathShape("M0 0 L10 0 S20 10 20 0");
+  const auto& s = smooth.subpaths.at(0).curves;
   EXPECT_TRUE(near(s[1].control1, {10, 0}));
 }
 
@@ -144,6 +145,11 @@ TEST(SvgPathData, ArcsBecomeCubicsOnTheRightSideAndRadiiGrowToReachTheEnd) {
   const SVGShape smallArc = pathShape("M10 0 A10 10 0 0 1 0 10");
   expectOnCircle(smallArc.subpaths.at(0), {0, 0}, 10, 0.02);
   EXPECT_GT(large.subpaths[0].curves.size(), smallArc.subpaths[0].curves.size());
+
+  // Radii whose squares overflow a float also give the chord, not a failure.
+  const SVGShape huge = pathShape("M0 0 A1e30 1e30 0 0 1 30 0");
+  ASSERT_EQ(huge.subpaths.at(0).curves.size(), 1u);
+  EXPECT_TRUE(near(huge.subpaths[0].curves[0].end, {30, 0}));
 
   // A zero radius is a straight line.
   const SVGShape flat = pathShape("M0 0 A0 5 0 0 1 30 0");
