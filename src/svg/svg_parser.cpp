@@ -185,8 +185,8 @@ SVGParseResult parse(std::u16string_view text) {
       std::span<const uint8_t>(reinterpret_cast<const uint8_t*>(utf8->data()), utf8->size()));
 }
 
-SVGParseResult parseFileUrl(std::string_view url) {
-  const std::optional<std::string> path = filePath(url);
+SVGParseResult parse(FileUrl url) {
+  const std::optional<std::string> path = filePath(url.url);
   if (!path) return SVGParseError::parseFailed;
   std::ifstream file(*path, std::ios::binary);
   if (!file) return SVGParseError::parseFailed;

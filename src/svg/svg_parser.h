@@ -29,10 +29,15 @@ SVGParseResult parse(std::span<const uint8_t> bytes);
 // UTF-8 form (a lone surrogate) gives `parseFailed`; empty text gives `emptyData`.
 SVGParseResult parse(std::u16string_view text);
 
+// A URL, kept apart from markup text so that neither can be passed for the other.
+struct FileUrl {
+  std::string_view url;
+};
+
 // Only `file:` URLs ("file:///path", "file://localhost/path", percent escapes decoded); any
 // other URL gives `parseFailed`, and so does a file that cannot be read. Nothing is fetched. An
 // empty file is a document without shapes, not `emptyData`.
-SVGParseResult parseFileUrl(std::string_view url);
+SVGParseResult parse(FileUrl url);
 
 // The reader's image to the model: subpaths of fewer than 4 points dropped, colours unpacked
 // from red-low bytes, the shape's opacity folded into solid paints' alpha only.

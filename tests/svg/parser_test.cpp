@@ -19,6 +19,10 @@ using svg_reader::ReaderImage;
 using svg_reader::ReaderPath;
 using svg_reader::ReaderShape;
 
+SVGParseResult parseUrl(const std::string& url) {
+  return SVGParser::parse(SVGParser::FileUrl{url});
+}
+
 SVGParseError errorOf(const SVGParseResult& result) {
   EXPECT_TRUE(std::holds_alternative<SVGParseError>(result));
   return std::holds_alternative<SVGParseError>(result) ? std::get<SVGParseError>(result)
@@ -171,21 +175,19 @@ TEST(SvgParser, FileUrlsOnly) {
   for (size_t at; (at = encodedDir.find(' ')) != std::string::npos;) {
     encodedDir.replace(at, 1, "%20");
   }
-  const SVGParseResult fromFile = SVGParser::parseFileUrl("file://" + encodedDir + "/icon.svg");
+  const SVGParseResult fromFile = parseUrl("file://" + encodedDir + "/icon.svg");
   ASSERT_TRUE(isParsed(fromFile));
   EXPECT_EQ(std::get<ParsedSVG>(fromFile).size, (SVGSize{8, 4}));
-  EXPECT_TRUE(isParsed(SVGParser::parseFileUrl("file://localhost" + encodedDir + "/icon.svg")));
+  EXPECT_TRUE(isParsed(parseUrl("file://localhost" + encodedDir + "/icon.svg")));
   // An empty file reads as a document with nothing in it.
-  const SVGParseResult empty = SVGParser::parseFileUrl("file://" + encodedDir + "/empty.svg");
+  const SVGParseResult empty = parseUrl("file://" + encodedDir + "/empty.svg");
   ASSERT_TRUE(isParsed(empty));
   EXPECT_EQ(std::get<ParsedSVG>(empty), ParsedSVG{});
 
-  EXPECT_EQ(errorOf(SVGParser::parseFileUrl("file://" + encodedDir + "/missing.svg")),
-            SVGParseError::parseFailed);
-  EXPECT_EQ(errorOf(SVGParser::parseFileUrl("https://example.com/icon.svg")),
-            SVGParseError::parseFailed);
-  EXPECT_EQ(errorOf(SVGParser::parseFileUrl(file.string())), SVGParseError::parseFailed);
-  EXPECT_EQ(errorOf(SVGParser::parseFileUrl("")), SVGParseError::parseFailed);
+  EXPECT_EQ(errorOf(parseUrl("file://" + encodedDir + "/missing.svg")), SVGParseError::parseFailed);
+  EXPECT_EQ(errorOf(parseUrl("https://example.com/icon.svg")), SVGParseError::parseFailed);
+  EXPECT_EQ(errorOf(parseUrl(file.string())), SVGParseError::parseFailed);
+  EXPECT_EQ(errorOf(parseUrl("")), SVGParseError::parseFailed);
   std::filesystem::remove_all(dir);
 }
 
