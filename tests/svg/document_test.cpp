@@ -92,6 +92,23 @@ TEST(SvgDocument, SizeFromUnitsAtNinetySixDotsPerInch) {
   EXPECT_EQ(size("40", "30").width, 40);
 }
 
+TEST(SvgDocument, RelativeLengthsFollowTheViewBoxAndTheFontSize) {
+  const ParsedSVG percent = parseMarkup(
+      "<svg width=\"200\" height=\"100\" viewBox=\"0 0 200 100\">"
+      "<rect x=\"10%\" y=\"50%\" width=\"50%\" height=\"10%\"/></svg>");
+  const SVGSubpath& box = percent.shapes.at(0).subpaths.at(0);
+  EXPECT_TRUE(near(box.start, {20, 50}));
+  EXPECT_TRUE(near(box.curves.at(1).end, {120, 60}));
+
+  // em and ex read the font size set so far; with none they are 0.
+  const ParsedSVG em = parseInCanvas(
+      "<rect font-size=\"10\" width=\"2em\" height=\"1ex\"/>"
+      "<path stroke=\"red\" stroke-width=\"2em\" d=\"M0 0 L1 1\"/>");
+  ASSERT_EQ(em.shapes.size(), 2u);
+  EXPECT_TRUE(near(em.shapes[0].subpaths.at(0).curves.at(1).end, {20, 5.2}));
+  EXPECT_FLOAT_EQ(em.shapes[1].strokeWidth, 0);
+}
+
 TEST(SvgDocument, MissingSizesComeFromTheViewBoxElseFromTheShapes) {
   EXPECT_EQ(parseMarkup("<svg viewBox=\"0 0 40 30\"></svg>").size, (SVGSize{40, 30}));
   // A percentage has nothing to be a percentage of, and falls back the same way.
@@ -255,6 +272,17 @@ TEST(SvgGradients, PlacementIsGivenInverted) {
   EXPECT_FLOAT_EQ(radial.fx, 2.4f);
   EXPECT_FLOAT_EQ(radial.fy, 2.0f);
   EXPECT_EQ(radial.spread, SVGSpread::pad);
+
+  // The shape's transform and the view box scale both move the placement before it is
+  // inverted.
+  const ParsedSVG placed = parseMarkup(
+      "<svg width=\"200\" height=\"200\" viewBox=\"0 0 100 100\">"
+      "<linearGradient id=\"u\" gradientUnits=\"userSpaceOnUse\" x2=\"100\">"
+      "<stop offset=\"0\"/></linearGradient>"
+      "<rect transform=\"translate(10,0)\" width=\"1\" height=\"1\" fill=\"url(#u)\"/></svg>");
+  const auto& moved = std::get<SVGLinearGradient>(placed.shapes.at(0).fill);
+  const std::array<float, 6> movedXform = {0, 0.005f, -0.005f, 0, 0, -0.1f};
+  for (int i = 0; i < 6; ++i) EXPECT_NEAR(moved.xform[i], movedXform[i], 1e-6) << i;
 
   // A gradient whose id is unknown, or that has no stops, paints nothing.
   const ParsedSVG missing = parseInCanvas(
