@@ -350,27 +350,29 @@ void GraphicsContext::clearRect(double x, double y, double width, double height)
 }
 
 void GraphicsContext::fillText(const TextLine& line, double x, double y) {
-  if (!impl_->drawing() || !finite({x, y})) return;
-  cairo_t* cr = impl_->cr;
-  PathAside aside(cr);
-  PangoLayoutLine* layoutLine = line.layout().line();
-  impl_->withPaint(impl_->state.fill, [cr, layoutLine, x, y] {
-    cairo_move_to(cr, x, y);
-    pango_cairo_show_layout_line(cr, layoutLine);
-    cairo_new_path(cr);
-  });
+  drawText(line, x, y, false);
 }
 
 void GraphicsContext::strokeText(const TextLine& line, double x, double y) {
+  drawText(line, x, y, true);
+}
+
+void GraphicsContext::drawText(const TextLine& line, double x, double y, bool outline) {
   if (!impl_->drawing() || !finite({x, y})) return;
   cairo_t* cr = impl_->cr;
   PathAside aside(cr);
   PangoLayoutLine* layoutLine = line.layout().line();
-  impl_->withPaint(impl_->state.stroke, [cr, layoutLine, x, y] {
-    cairo_move_to(cr, x, y);
-    pango_cairo_layout_line_path(cr, layoutLine);
-    cairo_stroke(cr);
-  });
+  impl_->withPaint(outline ? impl_->state.stroke : impl_->state.fill,
+                   [cr, layoutLine, x, y, outline] {
+                     cairo_move_to(cr, x, y);
+                     if (outline) {
+                       pango_cairo_layout_line_path(cr, layoutLine);
+                       cairo_stroke(cr);
+                     } else {
+                       pango_cairo_show_layout_line(cr, layoutLine);
+                       cairo_new_path(cr);
+                     }
+                   });
 }
 
 void GraphicsContext::drawBitmap(const Bitmap& source, double sx, double sy, double sw, double sh,

@@ -88,6 +88,8 @@ class GraphicsContext {
   BitmapRef finish();
 
  private:
+  // The line filled with the fill paint, or its outline stroked with the stroke paint.
+  void drawText(const TextLine& line, double x, double y, bool outline);
   struct Impl;
   explicit GraphicsContext(std::unique_ptr<Impl> impl);
   std::unique_ptr<Impl> impl_;
