@@ -65,6 +65,7 @@ class TalveroEngine {
   CreatorUIStore& creatorUI() { return *creatorUI_; }
   CreatorGLHandler& creatorGLHandler() { return *creatorGLHandler_; }
   Creator2DHandler& creator2dHandler() { return *creator2dHandler_; }
+  CreatorCanvasHandler& creatorCanvasHandler() { return *creatorCanvasHandler_; }
   const std::vector<EngineModule*>& modules() const { return modules_; }
 
  private:

@@ -81,6 +81,16 @@ TEST_F(Creator2DTest, BadIdsGiveNeutralResultsAsFreshArrays) {
   EXPECT_EQ(value("_creator2d.cameraWorldToScreen(s, 0, 0).every(isFinite)"), "true");
 }
 
+TEST_F(Creator2DTest, TextureFromCanvasHasTheSurfacesPixelSize) {
+  const std::string surface = value(
+      "_creatorCanvas.rasterize(0, 10, 6, 2, new Float32Array([6, 0, 25, 0, 0, 10, 6]),"
+      " 7, ['red'])");
+  const int32_t texture = std::stoi(value("_creator2d.createTextureFromCanvas(" + surface + ")"));
+  ASSERT_NE(texture, 0);
+  EXPECT_EQ(c2dGetTextureWidth(texture), 20);
+  EXPECT_EQ(c2dGetTextureHeight(texture), 12);
+}
+
 TEST_F(Creator2DTest, TexturesResolveWithTheirSizeAndStaleOrBadBuffersReject) {
   const std::vector<uint8_t> white(3 * 2 * 4, 0xFF);
   const int64_t image = Buffers::putBuffer(

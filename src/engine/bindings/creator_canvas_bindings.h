@@ -4,15 +4,16 @@
 #include <optional>
 #include <vector>
 
+#include "canvas/surfaces.h"
 #include "engine/bindings/script_handler.h"
 
 namespace talvero {
 
-// `_creatorCanvas`, the script's door to canvases and SVG. The object exists in every context from
-// the engine's construction and gains its rows, in table order, when its subsystem lands.
+// `_creatorCanvas`, the script's raster canvas: programs recorded by the script are painted
+// into surfaces kept by id, which image nodes and the 2D and 3D layers then take.
 class CreatorCanvasHandler : public ScriptHandler {
  public:
-  CreatorCanvasHandler() : ScriptHandler("_creatorCanvas") {}
+  CreatorCanvasHandler();
 
   // A surface's pixels as the 2D layer takes them: straight (not premultiplied) RGBA, row 0
   // the top.
@@ -21,8 +22,13 @@ class CreatorCanvasHandler : public ScriptHandler {
     int32_t width = 0;
     int32_t height = 0;
   };
-  // No canvas surface can be made in this build, so no surface has pixels to hand over.
-  std::optional<SurfacePixels> surfacePixels(int64_t /*surface*/) const { return std::nullopt; }
+  std::optional<SurfacePixels> surfacePixels(int64_t surface) const;
+
+  canvas::SurfaceTable& surfaces() { return surfaces_; }
+  const canvas::SurfaceTable& surfaces() const { return surfaces_; }
+
+ private:
+  canvas::SurfaceTable surfaces_;
 };
 
 }  // namespace talvero
