@@ -143,6 +143,13 @@ TEST_F(ScriptValueTest, StringConversionThatThrowsGivesNothing) {
   ScriptValue hostile = eval("({ toString() { throw new Error('no'); } })");
   EXPECT_FALSE(hostile.toStringIfAny().has_value());
   EXPECT_TRUE(eval("'fine'").toStringIfAny().has_value());
+  EXPECT_FALSE(hostile.toUTF16IfAny().has_value());
+}
+
+TEST_F(ScriptValueTest, UTF16TextKeepsEveryCodeUnitEvenALoneSurrogate) {
+  EXPECT_EQ(eval("'a\\u00e9\\ud83d\\ude00'").toUTF16IfAny(), std::u16string(u"a\u00e9\U0001F600"));
+  EXPECT_EQ(eval("'x\\ud800'").toUTF16IfAny(), std::u16string(u"x\xd800"));
+  EXPECT_EQ(eval("12").toUTF16IfAny(), std::u16string(u"12"));
 }
 
 TEST_F(ScriptValueTest, TypedSubarrayIsReadAtItsOwnOffset) {

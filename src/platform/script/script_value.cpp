@@ -256,6 +256,20 @@ std::optional<std::string> ScriptValue::toStringIfAny() const {
   return text;
 }
 
+std::optional<std::u16string> ScriptValue::toUTF16IfAny() const {
+  if (empty()) return std::nullopt;
+  JSValueRef exception = nullptr;
+  JSStringRef text = JSValueToStringCopy(state_->context, raw_, &exception);
+  if (!text || exception) {
+    if (text) JSStringRelease(text);
+    return std::nullopt;
+  }
+  const JSChar* units = JSStringGetCharactersPtr(text);
+  std::u16string out(units, units + JSStringGetLength(text));
+  JSStringRelease(text);
+  return out;
+}
+
 double ScriptValue::toDouble() const {
   if (empty()) return std::numeric_limits<double>::quiet_NaN();
   return JSValueToNumber(state_->context, raw_, nullptr);

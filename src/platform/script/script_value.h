@@ -83,6 +83,8 @@ class ScriptValue {
   std::string toString() const;
   // Nothing when the conversion itself throws (a hostile toString, a symbol).
   std::optional<std::string> toStringIfAny() const;
+  // The text as the engine holds it, UTF-16 code units, lone surrogates kept; nothing as above.
+  std::optional<std::u16string> toUTF16IfAny() const;
   int32_t toInt32() const;
   uint32_t toUInt32() const;
   // As an exported operation's 64-bit integer argument: cut towards zero, saturated, NaN 0.
