@@ -1,5 +1,6 @@
 #include "canvas/surfaces.h"
 
+#include <algorithm>
 #include <cmath>
 #include <string>
 
