@@ -701,12 +701,14 @@ class Reader final : public svg_xml::XmlHandler {
       withStops->stopsSorted = true;
     }
 
+    // In bounding-box units the gradient and its gradientTransform live in the box's unit
+    // square, which is stretched over the box only afterwards.
     float ox, oy, sw, sh;
+    Xform units = kIdentity;
     if (data->objectUnits) {
-      ox = local[0];
-      oy = local[1];
-      sw = local[2] - local[0];
-      sh = local[3] - local[1];
+      ox = oy = 0;
+      sw = sh = 1;
+      units = {local[2] - local[0], 0, 0, local[3] - local[1], local[0], local[1]};
     } else {
       ox = viewMinX_;
       oy = viewMinY_;
@@ -729,7 +731,8 @@ class Reader final : public svg_xml::XmlHandler {
       gradient.fx = fx / r;
       gradient.fy = fy / r;
     }
-    gradient.xform = multiply(multiply(gradient.xform, data->xform), current().xform);
+    gradient.xform =
+        multiply(multiply(multiply(gradient.xform, data->xform), units), current().xform);
     gradient.spread = data->spread;
     gradient.stops = withStops->stops;
     paintType = data->type;

@@ -260,9 +260,10 @@ TEST(SvgGradients, PlacementIsGivenInverted) {
   for (int i = 0; i < 6; ++i) EXPECT_NEAR(user.xform[i], userXform[i], 1e-6) << i;
   EXPECT_EQ(user.spread, SVGSpread::reflect);
 
-  // Bounding box units: from x 10 to x 60 along the shape's box.
+  // Bounding box units: from x 10 to x 60 along the shape's box; the unit square is stretched
+  // over the 50 by 20 box, so across the gradient one unit is 20 points.
   const auto& box = std::get<SVGLinearGradient>(svg.shapes[1].fill);
-  const std::array<float, 6> boxXform = {0, 0.02f, -0.02f, 0, 0, -0.2f};
+  const std::array<float, 6> boxXform = {0, 0.02f, -0.05f, 0, 0, -0.2f};
   for (int i = 0; i < 6; ++i) EXPECT_NEAR(box.xform[i], boxXform[i], 1e-6) << i;
   EXPECT_EQ(box.spread, SVGSpread::repeat);
 
