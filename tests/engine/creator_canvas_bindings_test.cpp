@@ -97,6 +97,23 @@ TEST_F(CreatorCanvasTest, LoadImageDecodesBufferBytesAndIgnoresTheString) {
             std::vector<uint8_t>(rgba.begin(), rgba.begin() + 8));
 }
 
+TEST_F(CreatorCanvasTest, LoadImageRendersSvgTextAtItsDocumentSize) {
+  run("var got = [];"
+      "function ok() { got.push(Array.prototype.slice.call(arguments)); }"
+      "function fail() { got.push('error'); }"
+      "_creatorCanvas.loadImage('<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"6\""
+      " height=\"4\"><rect width=\"6\" height=\"4\" fill=\"#ff0000\"/></svg>', -1, ok,"
+      " fail);"
+      "_creatorCanvas.loadImage('<svg xmlns=\"http://www.w3.org/2000/svg\"/>', -1, ok, fail);"
+      "_creatorCanvas.loadImage('not markup', -1, ok, fail);"
+      "_creatorCanvas.loadImage('', -1, ok, fail);");
+  EXPECT_EQ(value("got"), "[[1,6,4],\"error\",\"error\",\"error\"]");
+  const auto pixels = surfaces().straightRGBA(1);
+  ASSERT_TRUE(pixels);
+  EXPECT_EQ(std::vector<uint8_t>(pixels->rgba.begin(), pixels->rgba.begin() + 4),
+            (std::vector<uint8_t>{255, 0, 0, 255}));
+}
+
 TEST_F(CreatorCanvasTest, ToFileWritesPngUnlessJpegIsAskedAndUnknownIdsFail) {
   run("var done = [];"
       "var id = _creatorCanvas.rasterize(0, 4, 4, 1, new Float32Array([6, 0, 25, 0, 0, 4, 4]),"

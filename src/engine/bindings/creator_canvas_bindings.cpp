@@ -6,6 +6,8 @@
 #include <string>
 
 #include "runtime/log.h"
+#include "svg/svg_parser.h"
+#include "svg/svg_renderer.h"
 
 namespace talvero {
 
@@ -27,6 +29,18 @@ std::vector<std::string> readStrings(const ScriptValue& strings) {
     out.push_back(entry.isUndefined() ? std::string() : entry.toStringIfAny().value_or(""));
   }
   return out;
+}
+
+// SVG text drawn at its document's size into a bitmap, or null when it does not parse or has
+// no positive size.
+graphics::BitmapRef renderSvgText(const ScriptValue& text) {
+  const auto units = text.toUTF16IfAny();
+  if (!units) return nullptr;
+  const SVGParseResult parsed = SVGParser::parse(std::u16string_view(*units));
+  const auto* document = std::get_if<ParsedSVG>(&parsed);
+  if (!document || !(document->size.width > 0) || !(document->size.height > 0)) return nullptr;
+  return SVGRenderer(*document).renderToImage(document->size.width, document->size.height, 1,
+                                              std::nullopt);
 }
 
 void callIfFunction(const ScriptValue& fn, const std::vector<NativeValue>& args = {}) {
@@ -65,10 +79,16 @@ CreatorCanvasHandler::CreatorCanvasHandler() : ScriptHandler("_creatorCanvas") {
            })
       .add("snapshot", [table](int64_t id) { return static_cast<double>(table->snapshot(id)); })
       .add("loadImage",
-           [table](ScriptValue /*svg*/, double buffer, ScriptValue onLoad, ScriptValue onError) {
+           [table](ScriptValue svg, double buffer, ScriptValue onLoad, ScriptValue onError) {
              if (buffer < 0) {
-               logLine("[canvas] loadImage: SVG rendering is not built in this version");
-               callIfFunction(onError);
+               graphics::BitmapRef bitmap = renderSvgText(svg);
+               if (!bitmap) {
+                 callIfFunction(onError);
+                 return;
+               }
+               const int32_t width = bitmap->width(), height = bitmap->height();
+               const int64_t id = table->registerImageSurface(std::move(bitmap));
+               callIfFunction(onLoad, {id, width, height});
                return;
              }
              const auto id = static_cast<int64_t>(std::isfinite(buffer) ? buffer : 0);
