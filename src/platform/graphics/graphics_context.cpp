@@ -91,6 +91,13 @@ struct GraphicsContext::Impl {
   }
 
   bool drawing() const { return cr && !state.suspended; }
+  // Whether a fill, stroke or clip may draw; while drawing is paused the path is used up all
+  // the same, as it would have been.
+  bool takesPath() {
+    if (drawing()) return true;
+    if (cr) cairo_new_path(cr);
+    return false;
+  }
 
   // Runs `draw` with `paint` as the source and the global alpha applied to what it covers.
   // A solid colour takes the alpha into its own; anything else is drawn into a group first,
@@ -284,33 +291,21 @@ void GraphicsContext::closePath() {
 }
 
 void GraphicsContext::fill(FillRule rule) {
-  if (!impl_->cr) return;
+  if (!impl_->takesPath()) return;
   cairo_t* cr = impl_->cr;
-  if (!impl_->drawing()) {
-    cairo_new_path(cr);
-    return;
-  }
   cairo_set_fill_rule(cr, cairoRule(rule));
   impl_->withPaint(impl_->state.fill, [cr] { cairo_fill(cr); });
 }
 
 void GraphicsContext::stroke() {
-  if (!impl_->cr) return;
+  if (!impl_->takesPath()) return;
   cairo_t* cr = impl_->cr;
-  if (!impl_->drawing()) {
-    cairo_new_path(cr);
-    return;
-  }
   impl_->withPaint(impl_->state.stroke, [cr] { cairo_stroke(cr); });
 }
 
 void GraphicsContext::clip(FillRule rule) {
-  if (!impl_->cr) return;
+  if (!impl_->takesPath()) return;
   cairo_t* cr = impl_->cr;
-  if (!impl_->drawing()) {
-    cairo_new_path(cr);
-    return;
-  }
   cairo_set_fill_rule(cr, cairoRule(rule));
   cairo_clip(cr);
 }
