@@ -15,6 +15,8 @@ packages=(
   # view toolkit, text, images, fonts
   libgtk-4-dev libpango1.0-dev libcairo2-dev libgdk-pixbuf-2.0-dev libfontconfig-dev
   libfreetype-dev libpng-dev webp-pixbuf-loader
+  # the SVG oracle of the tests and benchmarks (never linked into the product), and its icons
+  librsvg2-dev adwaita-icon-theme
   # network: HTTP and web sockets, TLS for them; curl is the benchmark's reference client
   libsoup-3.0-dev glib-networking curl
   # headless display for GUI tests, and fonts to draw with there
