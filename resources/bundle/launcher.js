@@ -9,8 +9,9 @@ var BUILT = "Built: the script engine, timers and animations, the native UI tree
     "node animations, toasts, widgets, flexbox layout), the services (fetch, web " +
     "sockets, local storage, file picking), the 3D foundation (scenes, entities, " +
     "transforms, unlit materials, textures, script-made meshes) and 2D scenes (entities, " +
-    "camera, sprites, frame clips, picking, the batch renderer).";
-var NOT_BUILT = "Not built yet: media and canvas; 2D tilemaps and physics; in 3D, lights, " +
+    "camera, sprites, frame clips, picking, the batch renderer), canvas surfaces, SVG " +
+    "drawing and image nodes.";
+var NOT_BUILT = "Not built yet: media; 2D tilemaps and physics; in 3D, lights, " +
     "GLB models, particles and physics. Opening a project from a file or a URL is not built " +
     "either.";
 
@@ -108,6 +109,36 @@ function pulsingBadge() {
   }
   setTimeout(pulse, 300);
   return badge;
+}
+
+// A canvas picture of shapes and text, drawn once by the host and shown by an image node.
+function canvasCard() {
+  var commands = [], strings = [];
+  function string(value) {
+    strings.push(value);
+    return strings.length - 1;
+  }
+  commands.push(6, string("#243b5e"), 14, 22, 0, 0, 220, 72, 14, 23, 0);  // the card
+  commands.push(6, string("#f4a261"), 14, 20, 36, 36, 20, 0, 6.2832, 1, 23, 0);  // a disc
+  commands.push(7, string("#e9c46a"), 8, 3, 9, 1, 14, 16, 66, 54, 17, 88, 18, 17, 110, 54, 15,
+      24);  // a triangle's outline
+  commands.push(6, string("#ffffff"), 11, string("bold 18px sans-serif"), 13, 2, 28,
+      string("Canvas"), 124, 36, 0);
+  var surface = _creatorCanvas.rasterize(0, 220, 72, 2, new Float32Array(commands),
+      commands.length, strings);
+  return {type: "image", _src: {canvasSurface: surface}, _style: {width: 220, height: 72}};
+}
+
+var STAR_SVG = '<svg xmlns="http://www.w3.org/2000/svg" width="24" height="24" ' +
+    'viewBox="0 0 24 24"><path d="M12 2l2.9 6.6 7.1.6-5.4 4.7 1.7 7-6.3-3.8-6.3 3.8 ' +
+    '1.7-7L2 9.2l7.1-.6z" fill="#000"/></svg>';
+
+// The canvas card and a star icon, recoloured by its tint.
+function pictures() {
+  return {type: "view", _style: {flexDirection: "row", gap: 16, alignItems: "center"}, children: [
+    canvasCard(),
+    {type: "image", _src: {svg: STAR_SVG, tintColor: "#7bd389"}, _style: {width: 56, height: 56}},
+  ]};
 }
 
 // ---- The 3D playground ------------------------------------------------------------------
@@ -448,6 +479,7 @@ function firstScreen(target, info) {
   // First in the tree: the self-test's first click opens it.
   children.splice(1, 0, button("3D playground", open3dPlayground),
       button("2D playground", open2dPlayground));
+  children.push(pictures());
   children.push(pulsingBadge());
   children.push(nameInput());
   children.push(rowList());

@@ -24,6 +24,11 @@ grep -q "^\[verify\]" "$out" && fail "--verify ran beside --verify-launcher"
 for png in /tmp/talvero-launcher.png /tmp/talvero-launcher-layer.png; do
   [[ -f $png && $png -nt $stamp ]] || fail "$png was not written by this run"
 done
+# The first screen's pictures: the canvas card's ground and the star in its tint.
+for colour in 36,59,94 123,211,137; do
+  python3 "$(dirname "$0")/png_content.py" /tmp/talvero-launcher.png --near $colour >/dev/null ||
+    fail "the launcher picture has no pixels of $colour"
+done
 
 # A bundle that does not open stops the process before anything runs.
 timeout 20 "$binary" --bundle /nonexistent/talvero-bundle app.js >"$out" 2>"$err"

@@ -6,6 +6,9 @@ and RGBA images without interlacing, which is what the host writes. Exit status 
 
     png_content.py FILE            the count
     png_content.py FILE X Y        the pixel at column X, row Y from the top, as "r,g,b".
+    png_content.py FILE --near R,G,B
+                                   the count of pixels within 30 of that colour in
+                                   |dr|+|dg|+|db|; exit status 0 for at least 50 of them.
 """
 import struct
 import sys
@@ -64,6 +67,12 @@ def main():
     except (OSError, ValueError, zlib.error, TypeError, struct.error) as error:
         print(f"cannot read {sys.argv[1]}: {error}")
         return 2
+    if len(sys.argv) == 4 and sys.argv[2] == "--near":
+        wanted = [int(value) for value in sys.argv[3].split(",")]
+        count = sum(1 for line in rows for x in range(0, width * channels, channels)
+                    if sum(abs(line[x + k] - wanted[k]) for k in range(3)) <= 30)
+        print(count)
+        return 0 if count >= 50 else 1
     if len(sys.argv) == 4:
         x, y = int(sys.argv[2]), int(sys.argv[3])
         pixel = rows[y][x * channels:x * channels + 3]
