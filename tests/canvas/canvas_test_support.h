@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <initializer_list>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -9,6 +10,8 @@
 #include "canvas/surfaces.h"
 
 namespace talvero::canvas::testing {
+
+inline constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 // A canvas program as the script records it: opcodes and arguments in one float array.
 struct Program {
@@ -18,19 +21,26 @@ struct Program {
   Program& op(CanvasOp opcode, std::initializer_list<double> args = {}) {
     return raw(static_cast<double>(opcode), args);
   }
-  // Any float as the opcode, to feed the replay what a faulty script might.
+  // Any float as the opcode, so that tests can feed what a faulty script might.
   Program& raw(double opcode, std::initializer_list<double> args = {}) {
     floats.push_back(static_cast<float>(opcode));
     for (double arg : args) floats.push_back(static_cast<float>(arg));
     return *this;
   }
   Program& fill(const std::string& color) { return op(CanvasOp::fillStyle, {str(color)}); }
-  // The index of `text` in the string table, as a float argument.
   double str(const std::string& text) {
     strings.push_back(text);
     return static_cast<double>(strings.size() - 1);
   }
-  int64_t count() const { return static_cast<int64_t>(floats.size()); }
+  int64_t rasterize(SurfaceTable& table, int64_t id = 0, double width = 20, double height = 20,
+                    double scale = 1) const {
+    return table.rasterize(id, width, height, scale, floats, std::ssize(floats), strings);
+  }
+  // Paints into a new surface of a fresh table and gives its bitmap.
+  graphics::BitmapRef paint(double width = 20, double height = 20) const {
+    SurfaceTable table;
+    return table.surfaceBitmap(rasterize(table, 0, width, height));
+  }
 };
 
 struct Argb {
@@ -45,14 +55,6 @@ inline Argb pixelAt(const graphics::Bitmap& bitmap, int x, int y) {
 
 inline bool isOpaqueRed(Argb p) {
   return p.a == 255 && p.r == 255 && p.g == 0 && p.b == 0;
-}
-
-// Paints `program` into a new surface of `width` × `height` points and gives its bitmap.
-inline graphics::BitmapRef paint(SurfaceTable& table, const Program& program, double width = 20,
-                                 double height = 20, double scale = 1, int64_t id = 0) {
-  const int64_t stored =
-      table.rasterize(id, width, height, scale, program.floats, program.count(), program.strings);
-  return table.surfaceBitmap(stored);
 }
 
 }  // namespace talvero::canvas::testing

@@ -1,9 +1,10 @@
 #include <gtest/gtest.h>
 
-#include <cmath>
+#include <algorithm>
 #include <numbers>
+#include <string>
+#include <vector>
 
-#include "canvas/surfaces.h"
 #include "canvas_test_support.h"
 
 namespace talvero::canvas {
@@ -11,265 +12,214 @@ namespace {
 
 using testing::Argb;
 using testing::isOpaqueRed;
-using testing::paint;
 using testing::pixelAt;
 using testing::Program;
 using Op = CanvasOp;
 
 constexpr double kPi = std::numbers::pi;
 
-TEST(CanvasReplay, FillRectFollowsTranslateScaleAndRotate) {
-  SurfaceTable table;
-  Program p;
-  p.fill("red").op(Op::translate, {10, 2}).op(Op::scale, {2, 2}).op(Op::fillRect, {0, 0, 2, 2});
-  auto bitmap = paint(table, p);
-  EXPECT_TRUE(isOpaqueRed(pixelAt(*bitmap, 12, 4)));
-  EXPECT_EQ(pixelAt(*bitmap, 9, 4).a, 0);
-  EXPECT_EQ(pixelAt(*bitmap, 15, 4).a, 0);
+struct Probe {
+  int x, y;
+  bool red;  // nearly opaque red; otherwise nearly transparent
+};
 
-  // A quarter turn about the origin carries +x onto +y (y runs down).
-  Program r;
-  r.fill("red").op(Op::rotate, {kPi / 2}).op(Op::fillRect, {2, -4, 10, 2});
-  bitmap = paint(table, r);
-  EXPECT_TRUE(isOpaqueRed(pixelAt(*bitmap, 3, 8)));
-  EXPECT_EQ(pixelAt(*bitmap, 8, 3).a, 0);
+struct PaintCase {
+  const char* name;
+  Program program;
+  std::vector<Probe> probes;
+  double size = 20;
+};
+
+Program red() {
+  Program p;
+  p.fill("red");
+  return p;
 }
 
-TEST(CanvasReplay, RestoreBringsBackColourAlphaAndTransform) {
-  SurfaceTable table;
+// A thick right angle from (10, 30) over (10, 10) to (30, 10): the join and the caps show in
+// pixels just outside that path.
+Program corner(Op setting, double value) {
   Program p;
-  p.fill("red")
-      .op(Op::save)
-      .fill("blue")
-      .op(Op::globalAlpha, {0.25})
-      .op(Op::translate, {10, 10})
-      .op(Op::fillRect, {0, 0, 2, 2})
-      .op(Op::restore)
-      .op(Op::fillRect, {0, 0, 2, 2});
-  auto bitmap = paint(table, p);
-  EXPECT_TRUE(isOpaqueRed(pixelAt(*bitmap, 1, 1)));
-  const Argb faint = pixelAt(*bitmap, 11, 11);
-  EXPECT_NEAR(faint.a, 64, 1);
-  EXPECT_NEAR(faint.b, 64, 1);
-  EXPECT_EQ(faint.r, 0);
+  p.op(Op::strokeStyle, {p.str("red")}).op(Op::lineWidth, {8}).op(setting, {value});
+  p.op(Op::moveTo, {10, 30}).op(Op::lineTo, {10, 10}).op(Op::lineTo, {30, 10}).op(Op::stroke);
+  return p;
 }
 
-TEST(CanvasReplay, GlobalAlphaHalfGivesAlpha128) {
-  SurfaceTable table;
-  Program p;
-  p.fill("#00ff00").op(Op::globalAlpha, {0.5}).op(Op::fillRect, {0, 0, 20, 20});
-  EXPECT_NEAR(pixelAt(*paint(table, p), 5, 5).a, 128, 1);
-}
-
-TEST(CanvasReplay, LineJoinOutOfRangeIsClampedToBevel) {
-  // A thick right angle: a miter fills the outer corner, a bevel cuts it off.
-  const auto corner = [](double join) {
-    SurfaceTable table;
-    Program p;
-    p.op(Op::strokeStyle, {p.str("red")})
-        .op(Op::lineWidth, {8})
-        .op(Op::lineJoin, {join})
-        .op(Op::moveTo, {6, 30})
-        .op(Op::lineTo, {6, 6})
-        .op(Op::lineTo, {30, 6})
-        .op(Op::stroke);
-    return pixelAt(*paint(table, p, 40, 40), 3, 3).a;
+TEST(CanvasReplay, PaintsShapesPathsAndStrokesWhereTheyBelong) {
+  const PaintCase cases[] = {
+      {"translate and scale",
+       red().op(Op::translate, {10, 2}).op(Op::scale, {2, 2}).op(Op::fillRect, {0, 0, 2, 2}),
+       {{12, 4, true}, {9, 4, false}, {15, 4, false}}},
+      // A quarter turn about the origin carries +x onto +y (y runs down).
+      {"rotate", red().op(Op::rotate, {kPi / 2}).op(Op::fillRect, {2, -4, 10, 2}),
+       {{3, 8, true}, {8, 3, false}}},
+      {"non-zero", red().op(Op::rect, {0, 0, 20, 20}).op(Op::rect, {5, 5, 10, 10}).op(Op::fill, {0}),
+       {{2, 2, true}, {10, 10, true}}},
+      {"even-odd", red().op(Op::rect, {0, 0, 20, 20}).op(Op::rect, {5, 5, 10, 10}).op(Op::fill, {1}),
+       {{2, 2, true}, {10, 10, false}}},
+      // From angle 0 to a quarter turn: flag 1 goes the short way through the lower right.
+      {"arc flag 1",
+       red().op(Op::moveTo, {20, 20}).op(Op::arc, {20, 20, 15, 0, kPi / 2, 1}).op(Op::fill, {0}),
+       {{27, 27, true}, {13, 13, false}}, 40},
+      {"arc flag 0",
+       red().op(Op::moveTo, {20, 20}).op(Op::arc, {20, 20, 15, 0, kPi / 2, 0}).op(Op::fill, {0}),
+       {{27, 27, false}, {13, 13, true}}, 40},
+      // Flattened naively, this would emit segments for hours.
+      {"arc of 1e9 radians", red().op(Op::arc, {10, 10, 5, 0, 1e9, 1}).op(Op::fill, {0}),
+       {{10, 10, true}, {10, 17, false}}},
+      {"roundRect pill", red().op(Op::roundRect, {0, 0, 40, 20, 100}).op(Op::fill, {0}),
+       {{0, 0, false}, {1, 10, true}, {1, 2, false}, {38, 17, false}, {20, 0, true}}, 40},
+      {"roundRect negative r", red().op(Op::roundRect, {0, 0, 40, 20, -5}).op(Op::fill, {0}),
+       {{0, 0, true}, {39, 19, true}}, 40},
+      {"clearRect", red().op(Op::fillRect, {0, 0, 20, 20}).op(Op::clearRect, {5, 5, 5, 5}),
+       {{7, 7, false}, {12, 12, true}}},
+      // The blue fill finds no path left, so the red square stays red.
+      {"path across fillRect and text",
+       [] {
+         Program p = red();
+         p.op(Op::rect, {0, 0, 5, 5}).op(Op::fillRect, {30, 30, 2, 2});
+         p.op(Op::fillText, {p.str("x"), 30, 20, 0}).op(Op::fill, {0});
+         return p.fill("blue").op(Op::fill, {0});
+       }(),
+       {{2, 2, true}},
+       40},
+      {"drawImage of no surface",
+       red().op(Op::drawImage, {99, 0, 0, 1, 1, 0, 0, 20, 20}).op(Op::fillRect, {0, 0, 2, 2}),
+       {{1, 1, true}, {10, 10, false}}},
+      {"miter join", corner(Op::lineJoin, 0), {{6, 6, true}}, 40},
+      {"round join", corner(Op::lineJoin, 1), {{7, 7, true}, {6, 6, false}}, 40},
+      {"bevel join", corner(Op::lineJoin, 2), {{7, 7, false}, {6, 6, false}}, 40},
+      {"join 7 is bevel", corner(Op::lineJoin, 7), {{7, 7, false}, {6, 6, false}}, 40},
+      {"butt cap", corner(Op::lineCap, 0), {{31, 10, false}}, 40},
+      {"round cap", corner(Op::lineCap, 1), {{31, 10, true}, {33, 6, false}}, 40},
+      {"square cap", corner(Op::lineCap, 2), {{33, 6, true}}, 40},
+      {"cap 9 is square", corner(Op::lineCap, 9), {{33, 6, true}}, 40},
   };
-  EXPECT_EQ(corner(0), 255);
-  EXPECT_EQ(corner(2), 0);
-  EXPECT_EQ(corner(7), 0);
+  for (const PaintCase& c : cases) {
+    const auto bitmap = c.program.paint(c.size, c.size);
+    for (const Probe& probe : c.probes) {
+      const Argb p = pixelAt(*bitmap, probe.x, probe.y);
+      const bool isRed = p.a > 200 && p.r == p.a && p.b == 0;
+      const bool isClear = p.a < 8;
+      EXPECT_TRUE(probe.red ? isRed : isClear) << c.name << " at " << probe.x << "," << probe.y;
+    }
+  }
 }
 
-TEST(CanvasReplay, EvenOddLeavesTheInnerSquareOpenAndNonZeroFillsIt) {
-  const auto centre = [](double rule) {
-    SurfaceTable table;
-    Program p;
-    p.fill("red").op(Op::rect, {0, 0, 20, 20}).op(Op::rect, {5, 5, 10, 10}).op(Op::fill, {rule});
-    auto bitmap = paint(table, p);
-    EXPECT_TRUE(isOpaqueRed(pixelAt(*bitmap, 2, 2)));
-    return pixelAt(*bitmap, 10, 10).a;
-  };
-  EXPECT_EQ(centre(0), 255);
-  EXPECT_EQ(centre(1), 0);
-}
-
-TEST(CanvasReplay, ArcFlagsSweepOppositeWays) {
-  // From angle 0 to a quarter turn: flag 1 takes the short way through the lower right, flag 0
-  // the long way round through the other three quarters.
-  const auto sweep = [](double flag) {
-    SurfaceTable table;
-    Program p;
-    p.fill("red")
-        .op(Op::moveTo, {20, 20})
-        .op(Op::arc, {20, 20, 15, 0, kPi / 2, flag})
-        .op(Op::closePath)
-        .op(Op::fill, {0});
-    return paint(table, p, 40, 40);
-  };
-  const auto shortWay = sweep(1), longWay = sweep(0);
-  EXPECT_EQ(pixelAt(*shortWay, 27, 27).a, 255);
-  EXPECT_EQ(pixelAt(*shortWay, 13, 13).a, 0);
-  EXPECT_EQ(pixelAt(*longWay, 27, 27).a, 0);
-  EXPECT_EQ(pixelAt(*longWay, 13, 13).a, 255);
-}
-
-TEST(CanvasReplay, RoundRectBecomesAPillAndNegativeRadiusAPlainRectangle) {
-  const auto rounded = [](double r) {
-    SurfaceTable table;
-    Program p;
-    p.fill("red").op(Op::roundRect, {0, 0, 40, 20, r}).op(Op::fill, {0});
-    return paint(table, p, 40, 20);
-  };
-  const auto pill = rounded(100);
-  EXPECT_EQ(pixelAt(*pill, 0, 0).a, 0);
-  EXPECT_GT(pixelAt(*pill, 1, 10).a, 200);  // the end is a half circle of radius 10
-  EXPECT_EQ(pixelAt(*pill, 1, 2).a, 0);
-  EXPECT_EQ(pixelAt(*pill, 38, 17).a, 0);
-  EXPECT_EQ(pixelAt(*pill, 20, 0).a, 255);
-  const auto plain = rounded(-5);
-  EXPECT_TRUE(isOpaqueRed(pixelAt(*plain, 0, 0)));
-  EXPECT_TRUE(isOpaqueRed(pixelAt(*plain, 39, 19)));
-}
-
-TEST(CanvasReplay, ClearRectCutsATransparentHole) {
-  SurfaceTable table;
-  Program p;
-  p.fill("red").op(Op::fillRect, {0, 0, 20, 20}).op(Op::clearRect, {5, 5, 5, 5});
-  auto bitmap = paint(table, p);
-  EXPECT_EQ(pixelAt(*bitmap, 7, 7).a, 0);
-  EXPECT_TRUE(isOpaqueRed(pixelAt(*bitmap, 12, 12)));
-}
-
-TEST(CanvasReplay, PathSurvivesFillRectAndTextAndIsUsedUpByFill) {
-  SurfaceTable table;
-  Program p;
-  p.fill("red")
-      .op(Op::rect, {0, 0, 5, 5})
-      .op(Op::fillRect, {30, 30, 2, 2})
-      .op(Op::fillText, {p.str("x"), 30, 20, 0})
-      .op(Op::fill, {0})
-      .fill("blue")
-      .op(Op::fill, {0});  // nothing left to fill
-  auto bitmap = paint(table, p, 40, 40);
+TEST(CanvasReplay, RestoreBringsBackColourAlphaAndTransformButAnUnmatchedOneDoesNothing) {
+  Program p = red();
+  p.op(Op::translate, {1, 1}).op(Op::restore).op(Op::save).fill("blue");
+  p.op(Op::globalAlpha, {0.5}).op(Op::translate, {10, 10}).op(Op::fillRect, {0, 0, 2, 2});
+  p.op(Op::restore).op(Op::fillRect, {0, 0, 2, 2});
+  const auto bitmap = p.paint();
   EXPECT_TRUE(isOpaqueRed(pixelAt(*bitmap, 2, 2)));
+  EXPECT_EQ(pixelAt(*bitmap, 0, 0).a, 0);
+  const Argb half = pixelAt(*bitmap, 12, 12);
+  EXPECT_NEAR(half.a, 128, 1);
+  EXPECT_NEAR(half.b, 128, 1);
+  EXPECT_EQ(half.r, 0);
 }
 
-TEST(CanvasReplay, DrawImageTakesSourcePixelsOfAScaledSurface) {
+TEST(CanvasReplay, DrawImageCutsSourcePixelsAndSeesThePictureItReplaces) {
   SurfaceTable table;
-  Program source;
-  source.fill("red").op(Op::fillRect, {0, 0, 5, 10}).fill("blue").op(Op::fillRect, {5, 0, 5, 10});
-  const int64_t id = table.rasterize(0, 10, 10, 2, source.floats, source.count(), source.strings);
-  // The right half of the source is pixels 10 to 20 at scale 2.
-  Program p;
-  p.op(Op::drawImage, {static_cast<double>(id), 10, 0, 10, 20, 0, 0, 20, 20});
-  auto bitmap = paint(table, p);
-  const Argb blue = pixelAt(*bitmap, 10, 10);
+  Program halves = red();
+  halves.op(Op::fillRect, {0, 0, 5, 10}).fill("blue").op(Op::fillRect, {5, 0, 5, 10});
+  const int64_t source = halves.rasterize(table, 0, 10, 10, 2);
+  // The blue right half of the source is pixels 10 to 20 at scale 2.
+  Program right;
+  right.op(Op::drawImage, {double(source), 10, 0, 10, 20, 0, 0, 20, 20});
+  const Argb blue = pixelAt(*table.surfaceBitmap(right.rasterize(table)), 10, 10);
   EXPECT_EQ(blue.b, 255);
   EXPECT_EQ(blue.r, 0);
-}
 
-TEST(CanvasReplay, DrawImageOfTheSurfaceBeingReplacedShowsItsPreviousPicture) {
-  SurfaceTable table;
-  Program red;
-  red.fill("red").op(Op::fillRect, {0, 0, 20, 20});
-  const int64_t id = table.rasterize(0, 20, 20, 1, red.floats, red.count(), red.strings);
-  Program again;
-  again.op(Op::drawImage, {static_cast<double>(id), 0, 0, 20, 20, 0, 0, 10, 10});
-  EXPECT_EQ(table.rasterize(id, 20, 20, 1, again.floats, again.count(), again.strings), id);
-  auto bitmap = table.surfaceBitmap(id);
-  EXPECT_TRUE(isOpaqueRed(pixelAt(*bitmap, 5, 5)));
+  Program shrunk;
+  shrunk.op(Op::drawImage, {double(source), 0, 0, 20, 20, 0, 0, 5, 5});
+  ASSERT_EQ(shrunk.rasterize(table, source, 10, 10, 2), source);
+  const auto bitmap = table.surfaceBitmap(source);
+  EXPECT_TRUE(isOpaqueRed(pixelAt(*bitmap, 2, 2)));
+  EXPECT_EQ(pixelAt(*bitmap, 7, 2).b, 255);
   EXPECT_EQ(pixelAt(*bitmap, 15, 15).a, 0);
 }
 
-TEST(CanvasReplay, DrawImageOfAnUnknownSurfaceUsesUpItsArguments) {
-  SurfaceTable table;
-  Program p;
-  p.fill("red").op(Op::drawImage, {99, 0, 0, 1, 1, 0, 0, 20, 20}).op(Op::fillRect, {0, 0, 2, 2});
-  auto bitmap = paint(table, p);
-  EXPECT_TRUE(isOpaqueRed(pixelAt(*bitmap, 1, 1)));
-  EXPECT_EQ(pixelAt(*bitmap, 10, 10).a, 0);
-}
+// The bounds of the inked pixels, -1 when there are none.
+struct Ink {
+  int left = -1, right = -1, top = -1, bottom = -1;
+};
 
-// The leftmost and rightmost inked columns of the bitmap, or -1.
-std::pair<int, int> inkedColumns(const graphics::Bitmap& bitmap) {
-  int first = -1, last = -1;
-  for (int x = 0; x < bitmap.width(); ++x) {
-    for (int y = 0; y < bitmap.height(); ++y) {
-      if (pixelAt(bitmap, x, y).a > 0) {
-        if (first < 0) first = x;
-        last = x;
-        break;
-      }
-    }
-  }
-  return {first, last};
-}
-
-std::pair<int, int> inkedRows(const graphics::Bitmap& bitmap) {
-  int first = -1, last = -1;
+Ink inkOf(const graphics::Bitmap& bitmap) {
+  Ink ink;
   for (int y = 0; y < bitmap.height(); ++y) {
     for (int x = 0; x < bitmap.width(); ++x) {
-      if (pixelAt(bitmap, x, y).a > 0) {
-        if (first < 0) first = y;
-        last = y;
-        break;
-      }
+      if (pixelAt(bitmap, x, y).a == 0) continue;
+      if (ink.left < 0 || x < ink.left) ink.left = x;
+      if (ink.top < 0) ink.top = y;
+      ink.right = std::max(ink.right, x);
+      ink.bottom = y;
     }
   }
-  return {first, last};
+  return ink;
 }
 
-TEST(CanvasText, RightAlignedTextEndsAtX) {
-  const TextMetrics metrics = measureText("HHH", "20px");
-  ASSERT_GT(metrics.width, 10);
-  SurfaceTable table;
+graphics::BitmapRef text(Op op, const char* font, const char* glyphs, double x, double y,
+                         double size, Op setting = Op::textAlign, double value = 0) {
   Program p;
-  p.op(Op::font, {p.str("20px")})
-      .op(Op::textAlign, {2})
-      .op(Op::fillText, {p.str("HHH"), 150, 50, 0});
-  const auto [first, last] = inkedColumns(*paint(table, p, 200, 100));
-  EXPECT_NEAR(last + 1, 150, 1.5);
-  EXPECT_NEAR(first, 150 - metrics.width, 3);
+  p.op(Op::font, {p.str(font)}).op(Op::strokeStyle, {p.str("blue")}).op(setting, {value});
+  return p.op(op, {p.str(glyphs), x, y, 0}).paint(size, size);
+}
+
+TEST(CanvasText, AlignmentShiftsByTheMeasuredWidth) {
+  const double width = measureText("HHH", "20px").width;
+  ASSERT_GT(width, 10);
+  const auto ink = [](double align, double x) {
+    return inkOf(*text(Op::fillText, "20px", "HHH", x, 50, 200, Op::textAlign, align));
+  };
+  const Ink right = ink(2, 150), left = ink(0, 150 - width);
+  EXPECT_NEAR(right.right + 1, 150, 1.5);
+  EXPECT_NEAR(right.left, left.left, 1);
+  EXPECT_NEAR(right.right, left.right, 1);
+  EXPECT_EQ(ink(4, 150).left, right.left);
+  EXPECT_NEAR(ink(1, 150).left, ink(0, 150 - width / 2).left, 1);
 }
 
 TEST(CanvasText, BaselinesPlaceTheGlyphsAsTheTableSays) {
   const TextMetrics metrics = measureText("H", "20px");
-  const auto rows = [](double baseline) {
-    SurfaceTable table;
-    Program p;
-    p.op(Op::font, {p.str("20px")})
-        .op(Op::textBaseline, {baseline})
-        .op(Op::fillText, {p.str("H"), 10, 50, 0});
-    return inkedRows(*paint(table, p, 60, 100));
+  const auto bottom = [](double baseline) {
+    return inkOf(*text(Op::fillText, "20px", "H", 10, 50, 100, Op::textBaseline, baseline)).bottom +
+           1;
   };
-  // Alphabetic: the capital sits on y.
-  EXPECT_NEAR(rows(0).second + 1, 50, 1.5);
-  // Top: y + ascent is the baseline.
-  EXPECT_NEAR(rows(1).second + 1, 50 + metrics.ascent, 1.5);
-  // Bottom: y - descent.
-  EXPECT_NEAR(rows(3).second + 1, 50 - metrics.descent, 1.5);
-  EXPECT_EQ(rows(5), rows(3));
-  EXPECT_NEAR(rows(4).second + 1, 50 + 0.8 * metrics.ascent, 1.5);
-  EXPECT_NEAR(rows(2).second + 1, 50 + (metrics.ascent - metrics.descent) / 2, 1.5);
+  EXPECT_NEAR(bottom(0), 50, 1.5);  // the capital sits on y
+  EXPECT_NEAR(bottom(1), 50 + metrics.ascent, 1.5);
+  EXPECT_NEAR(bottom(2), 50 + (metrics.ascent - metrics.descent) / 2, 1.5);
+  EXPECT_NEAR(bottom(3), 50 - metrics.descent, 1.5);
+  EXPECT_NEAR(bottom(4), 50 + 0.8 * metrics.ascent, 1.5);
+  EXPECT_EQ(bottom(5), bottom(3));
 }
 
-TEST(CanvasText, StrokeTextOutlinesInTheStrokeColour) {
-  SurfaceTable table;
-  Program p;
-  p.op(Op::font, {p.str("bold 40px")})
-      .op(Op::strokeStyle, {p.str("#0000ff")})
-      .op(Op::strokeText, {p.str("O"), 5, 45, 0});
-  auto bitmap = paint(table, p, 60, 60);
-  EXPECT_GT(inkedColumns(*bitmap).first, 0);
-  bool anyRed = false;
-  for (int y = 0; y < 60; ++y)
-    for (int x = 0; x < 60; ++x) anyRed |= pixelAt(*bitmap, x, y).r > 0;
-  EXPECT_FALSE(anyRed);
+TEST(CanvasText, StrokeTextOutlinesTheFilledGlyphInTheStrokeColour) {
+  const auto filled = text(Op::fillText, "bold 60px", "O", 10, 70, 90);
+  const auto outlined = text(Op::strokeText, "bold 60px", "O", 10, 70, 90);
+  const Ink fillInk = inkOf(*filled), strokeInk = inkOf(*outlined);
+  ASSERT_GE(fillInk.left, 0);
+  EXPECT_NEAR(strokeInk.left, fillInk.left, 2);
+  EXPECT_NEAR(strokeInk.bottom, fillInk.bottom, 2);
+  // Across the middle row, the left side of the filled O is solid; its centre stays empty
+  // when only the outline is drawn.
+  const int row = (fillInk.top + fillInk.bottom) / 2;
+  int start = fillInk.left, end;
+  while (pixelAt(*filled, start, row).a < 255) ++start;
+  for (end = start; pixelAt(*filled, end, row).a == 255;) ++end;
+  ASSERT_GT(end - start, 4);
+  EXPECT_LT(pixelAt(*outlined, (start + end) / 2, row).a, 64);
+  for (int y = 0; y < 90; ++y) {
+    for (int x = 0; x < 90; ++x) {
+      const Argb p = pixelAt(*outlined, x, y);
+      ASSERT_EQ(p.b, p.a) << x << "," << y;  // blue only, no black from the fill colour
+    }
+  }
 }
 
 TEST(CanvasText, MeasureTextGrowsWithTheFontSize) {
-  const TextMetrics small = measureText("Hello", "10px");
-  const TextMetrics large = measureText("Hello", "20px");
+  const TextMetrics small = measureText("Hello", "10px"), large = measureText("Hello", "20px");
   EXPECT_NEAR(large.width, 2 * small.width, 1);
   EXPECT_GT(large.ascent, small.ascent);
   EXPECT_GT(large.descent, 0);
