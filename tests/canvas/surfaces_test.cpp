@@ -2,10 +2,11 @@
 
 #include <algorithm>
 #include <cmath>
-#include <functional>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <utility>
+#include <vector>
 
 #include "canvas/canvas_font.h"
 #include "canvas_test_support.h"
@@ -23,55 +24,51 @@ int64_t rasterizeEmpty(SurfaceTable& table, double width, double height, double 
   return Program{}.rasterize(table, 0, width, height, scale);
 }
 
-TEST(CanvasSurfaces, SizesAreRaisedToOnePointAndMultipliedByTheScaleInPixels) {
-  SurfaceTable table;
-  const Surface* thin = table.find(rasterizeEmpty(table, 0, 3));
-  ASSERT_NE(thin, nullptr);
-  EXPECT_EQ(thin->width, 1);
-  EXPECT_EQ(thin->bitmap->width(), 1);
-  EXPECT_EQ(thin->bitmap->height(), 3);
-  EXPECT_EQ(pixelAt(*thin->bitmap, 0, 0).a, 0);  // nothing drawn: cleared
-
-  const int64_t id = rasterizeEmpty(table, 100, 50, 2);
-  const Surface* surface = table.find(id);
-  EXPECT_EQ(surface->width, 100);
-  EXPECT_EQ(surface->height, 50);
-  const auto pixels = table.straightRGBA(id);
-  EXPECT_EQ(pixels->width, 200);
-  EXPECT_EQ(pixels->height, 100);
-  EXPECT_EQ(pixels->rgba.size(), 200u * 100 * 4);
+TEST(CanvasSurfaces, EmptySurfacesAreClearAtLeastOnePointAndScaledInPixelsOnly) {
+  struct Case {
+    double width, height, scale;
+    int pixelWidth, pixelHeight;
+    double pointWidth;
+  };
   // Fractional sizes round up; non-finite and non-positive scales count as 1.
-  EXPECT_EQ(table.surfaceBitmap(rasterizeEmpty(table, 10.2, 10.2, 2))->width(), 21);
-  EXPECT_EQ(table.surfaceBitmap(rasterizeEmpty(table, 10, 10, kNaN))->width(), 10);
-  EXPECT_EQ(table.surfaceBitmap(rasterizeEmpty(table, 10, 10, -3))->width(), 10);
-}
-
-TEST(CanvasSurfaces, IdsGrowSkipScriptChosenIdsAndAreNeverReused) {
+  const Case cases[] = {{0, 3, 1, 1, 3, 1},
+                        {100, 50, 2, 200, 100, 100},
+                        {10.2, 1, 2, 21, 2, 10.2},
+                        {10, 10, kNaN, 10, 10, 10},
+                        {10, 10, -3, 10, 10, 10}};
   SurfaceTable table;
-  EXPECT_EQ(rasterizeEmpty(table, 2, 2), 1);
-  EXPECT_EQ(Program{}.rasterize(table, 5), 5);
-  EXPECT_EQ(rasterizeEmpty(table, 2, 2), 6);
-  table.destroy(6);
-  table.destroy(123);
-  EXPECT_EQ(table.find(6), nullptr);
-  EXPECT_EQ(rasterizeEmpty(table, 2, 2), 7);
-  EXPECT_EQ(table.snapshot(123), 0);
-  EXPECT_FALSE(table.straightRGBA(123));
+  for (const Case& c : cases) {
+    const int64_t id = rasterizeEmpty(table, c.width, c.height, c.scale);
+    const auto pixels = table.straightRGBA(id);
+    ASSERT_TRUE(pixels) << c.width;
+    EXPECT_EQ(pixels->width, c.pixelWidth) << c.width;
+    EXPECT_EQ(pixels->height, c.pixelHeight) << c.width;
+    EXPECT_EQ(pixels->rgba, std::vector<uint8_t>(size_t(c.pixelWidth * c.pixelHeight * 4), 0));
+    EXPECT_EQ(table.find(id)->width, c.pointWidth) << c.width;
+  }
+  EXPECT_EQ(table.find(2)->height, 50);
 }
 
-TEST(CanvasSurfaces, ReplacingKeepsTheIdWhileHoldersAndSnapshotsKeepTheOldPicture) {
+TEST(CanvasSurfaces, IdsAreNeverReusedAndReplacingOneLeavesHoldersTheOldPicture) {
   SurfaceTable table;
   Program red;
   red.fill("red").op(Op::fillRect, {0, 0, 20, 20});
   const int64_t id = red.rasterize(table);
   const graphics::BitmapRef held = table.surfaceBitmap(id);
-  const int64_t copy = table.snapshot(id);
-  EXPECT_NE(copy, id);
-  EXPECT_EQ(table.surfaceBitmap(copy), held);  // shared, not copied
+  EXPECT_EQ(table.snapshot(id), 2);
+  EXPECT_EQ(table.surfaceBitmap(2), held);  // shared, not copied
   EXPECT_EQ(Program{}.rasterize(table, id), id);
   EXPECT_EQ(pixelAt(*table.surfaceBitmap(id), 5, 5).a, 0);
-  EXPECT_TRUE(isOpaqueRed(pixelAt(*table.surfaceBitmap(copy), 5, 5)));
+  EXPECT_TRUE(isOpaqueRed(pixelAt(*table.surfaceBitmap(2), 5, 5)));
   EXPECT_TRUE(isOpaqueRed(pixelAt(*held, 5, 5)));
+
+  EXPECT_EQ(Program{}.rasterize(table, 5), 5);
+  table.destroy(5);
+  table.destroy(123);
+  EXPECT_EQ(table.find(5), nullptr);
+  EXPECT_EQ(rasterizeEmpty(table, 2, 2), 6);
+  EXPECT_EQ(table.snapshot(123), 0);
+  EXPECT_FALSE(table.straightRGBA(123));
 }
 
 TEST(CanvasSurfaces, StraightRGBAUndoesPremultiplicationByIntegerDivision) {
@@ -103,13 +100,14 @@ TEST(CanvasBadInput, NonFiniteOrHugeSizesGiveZeroAndALine) {
   EXPECT_EQ(rasterizeEmpty(table, 2, 2), 1);  // nothing was stored
 }
 
-// Red at (2, 2) from a first square, then `tail`, then a second square at (12, 12): whether
-// each square was drawn.
-std::pair<bool, bool> squaresAround(const std::function<void(Program&)>& tail,
+// Whether the red squares at (2, 2) and (12, 12) were drawn, with `middle` between them and
+// `count` floats of the program read.
+std::pair<bool, bool> squaresAround(const std::vector<float>& middle,
                                     std::optional<int64_t> count = std::nullopt) {
   Program p;
   p.fill("red").op(Op::fillRect, {0, 0, 5, 5});
-  tail(p);
+  p.floats.insert(p.floats.end(), middle.begin(), middle.end());
+  p.op(Op::fillRect, {10, 10, 5, 5});
   SurfaceTable table;
   const auto bitmap = table.surfaceBitmap(
       table.rasterize(0, 20, 20, 1, p.floats, count.value_or(std::ssize(p.floats)), p.strings));
@@ -118,24 +116,14 @@ std::pair<bool, bool> squaresAround(const std::function<void(Program&)>& tail,
 
 TEST(CanvasBadInput, ReplayStopsAtBrokenCommandsAndKeepsWhatWasDrawn) {
   using Drawn = std::pair<bool, bool>;
-  for (const double opcode : {31.0, -1.0, 25.5, kNaN, double(INFINITY)}) {
-    EXPECT_EQ(squaresAround([&](Program& p) {
-                p.raw(opcode).op(Op::fillRect, {10, 10, 5, 5});
-              }),
-              Drawn(true, false))
-        << opcode;
-  }
-  const auto nanString = [](Program& p) {
-    p.op(Op::fillStyle, {kNaN}).op(Op::fillRect, {10, 10, 5, 5});
-  };
-  EXPECT_EQ(squaresAround(nanString), Drawn(true, false));
-  const auto truncated = [](Program& p) { p.raw(double(Op::fillRect), {10, 10, 5}); };
-  EXPECT_EQ(squaresAround(truncated), Drawn(true, false));
-  const auto second = [](Program& p) { p.op(Op::fillRect, {10, 10, 5, 5}); };
-  EXPECT_EQ(squaresAround(second, 1000000), Drawn(true, true));
-  EXPECT_EQ(squaresAround(second, 7), Drawn(true, false));
-  EXPECT_EQ(squaresAround(second, 2), Drawn(false, false));
-  EXPECT_EQ(squaresAround(second, -5), Drawn(false, false));
+  for (const float opcode : {31.0f, -1.0f, 25.5f, float(kNaN), float(INFINITY)})
+    EXPECT_EQ(squaresAround({opcode}), Drawn(true, false)) << opcode;
+  EXPECT_EQ(squaresAround({float(Op::fillStyle), float(kNaN)}), Drawn(true, false));
+  // The count cuts the list: past its end, in the second square's arguments, before any.
+  EXPECT_EQ(squaresAround({}, 1000000), Drawn(true, true));
+  EXPECT_EQ(squaresAround({}, 11), Drawn(true, false));
+  EXPECT_EQ(squaresAround({}, 2), Drawn(false, false));
+  EXPECT_EQ(squaresAround({}, -5), Drawn(false, false));
 }
 
 TEST(CanvasBadInput, NonFiniteCoordinatesSkipOnlyTheirCommandWithOneLine) {
@@ -195,11 +183,10 @@ TEST(CanvasFont, ParseReadsStyleWeightSizeAndTheFirstFamily) {
       {"px Arial", std::nullopt, 400, 0, 16},
   };
   for (const Case& c : cases) {
-    const ParsedFont font = CanvasFont::parse(c.text);
-    EXPECT_EQ(font.family, c.family) << c.text;
-    EXPECT_EQ(font.weight, c.weight) << c.text;
-    EXPECT_EQ(font.style, c.style) << c.text;
-    EXPECT_EQ(font.size, c.size) << c.text;
+    const ParsedFont f = CanvasFont::parse(c.text);
+    EXPECT_EQ(std::tie(f.family, f.weight, f.style, f.size),
+              std::tie(c.family, c.weight, c.style, c.size))
+        << c.text;
   }
 }
 
