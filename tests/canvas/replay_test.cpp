@@ -150,20 +150,17 @@ TEST(CanvasReplay, PaintsShapesStateAndImagesWhereTheyBelong) {
   }
 }
 
-// The bounds of the inked pixels, -1 when there are none.
+// The bounds of the inked pixels; left beyond right when there are none.
 struct Ink {
-  int left = -1, right = -1, top = -1, bottom = -1;
+  int left, right, top, bottom;
 };
 
 Ink inkOf(const graphics::Bitmap& bitmap) {
-  Ink ink;
+  Ink ink{bitmap.width(), -1, bitmap.height(), -1};
   for (int y = 0; y < bitmap.height(); ++y) {
     for (int x = 0; x < bitmap.width(); ++x) {
       if (pixelAt(bitmap, x, y).a == 0) continue;
-      if (ink.left < 0 || x < ink.left) ink.left = x;
-      if (ink.top < 0) ink.top = y;
-      ink.right = std::max(ink.right, x);
-      ink.bottom = y;
+      ink = {std::min(ink.left, x), std::max(ink.right, x), std::min(ink.top, y), y};
     }
   }
   return ink;
@@ -208,7 +205,7 @@ TEST(CanvasText, StrokeTextOutlinesTheFilledGlyphInTheStrokeColour) {
   const auto filled = text(Op::fillText, "bold 60px", "O", 10, 70, 90);
   const auto outlined = text(Op::strokeText, "bold 60px", "O", 10, 70, 90);
   const Ink fillInk = inkOf(*filled), strokeInk = inkOf(*outlined);
-  ASSERT_GE(fillInk.left, 0);
+  ASSERT_LT(fillInk.left, fillInk.right);
   EXPECT_NEAR(strokeInk.left, fillInk.left, 2);
   EXPECT_NEAR(strokeInk.bottom, fillInk.bottom, 2);
   // Across the middle row, the left side of the filled O is solid; its centre stays empty

@@ -126,25 +126,23 @@ TEST(CanvasBadInput, ReplayStopsAtBrokenCommandsAndKeepsWhatWasDrawn) {
   EXPECT_EQ(squaresAround({}, -5), Drawn(false, false));
 }
 
-TEST(CanvasBadInput, NonFiniteCoordinatesSkipOnlyTheirCommandWithOneLine) {
+TEST(CanvasBadInput, BadArgumentsSpoilOnlyTheirOwnCommand) {
   Program p;
   p.fill("red").op(Op::fillRect, {0, 0, kNaN, 5}).op(Op::translate, {INFINITY, 0});
   p.op(Op::fillRect, {10, 10, 5, 5});
+  // String indices outside the table are the empty string, so colour 0.
+  p.op(Op::fillStyle, {-1}).op(Op::fillRect, {0, 10, 5, 5});
+  p.fill("red").op(Op::fillStyle, {99}).op(Op::fillRect, {10, 0, 5, 5});
+  p.fill("red").op(Op::fillRect, {15, 15, 5, 5});
   ::testing::internal::CaptureStdout();
   const auto bitmap = p.paint();
   EXPECT_EQ(::testing::internal::GetCapturedStdout(),
             "[canvas] rasterize: skipped 2 commands with arguments that are not finite\n");
   EXPECT_EQ(pixelAt(*bitmap, 2, 2).a, 0);
   EXPECT_TRUE(isOpaqueRed(pixelAt(*bitmap, 12, 12)));
-}
-
-TEST(CanvasBadInput, StringIndicesOutsideTheTableAreTheEmptyStringSoColourZero) {
-  Program p;
-  p.fill("red").op(Op::fillStyle, {-1}).op(Op::fillRect, {0, 0, 5, 5});
-  p.fill("red").op(Op::fillStyle, {99}).op(Op::fillRect, {10, 10, 5, 5});
-  const auto bitmap = p.paint();
-  EXPECT_EQ(pixelAt(*bitmap, 2, 2).a, 0);
-  EXPECT_EQ(pixelAt(*bitmap, 12, 12).a, 0);
+  EXPECT_EQ(pixelAt(*bitmap, 2, 12).a, 0);
+  EXPECT_EQ(pixelAt(*bitmap, 12, 2).a, 0);
+  EXPECT_TRUE(isOpaqueRed(pixelAt(*bitmap, 17, 17)));
 }
 
 TEST(CanvasBadInput, SavesPastTheDepthLimitAreIgnoredWithTheirRestores) {
