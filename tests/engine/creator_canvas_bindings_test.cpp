@@ -94,7 +94,7 @@ TEST_F(CreatorCanvasTest, LoadImageDecodesBufferBytesOrRendersSvgText) {
   load(rect, -1);
   load("<svg xmlns=\"http://www.w3.org/2000/svg\"/>", -1);
   load("not markup", -1);
-  // Over the pixel limit: refused before any bitmap is made.
+  // Over the pixel limit: no bitmap, so onError.
   load("<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"9000\" height=\"9000\"/>", -1);
   EXPECT_EQ(value("got"),
             "[[1,3,2],\"error\",0,\"error\",0,[2,6,4],\"error\",0,\"error\",0,\"error\",0]");
