@@ -272,6 +272,7 @@ TEST(SvgGradients, PlacementIsGivenInverted) {
   for (int i = 0; i < 6; ++i) EXPECT_NEAR(radial.xform[i], radialXform[i], 1e-6) << i;
   EXPECT_FLOAT_EQ(radial.fx, 2.4f);
   EXPECT_FLOAT_EQ(radial.fy, 2.0f);
+  EXPECT_TRUE(near(radial.focusFromCentre, {0.4, 0}));
   EXPECT_EQ(radial.spread, SVGSpread::pad);
 
   // The shape's transform and the view box scale both move the placement before it is

@@ -175,6 +175,27 @@ TEST(SvgRendererGradient, RadialIsCentredWhereWritten) {
   EXPECT_TRUE(isBlueDominant(r.at(90, 10)));  // padded past the edge
 }
 
+TEST(SvgRendererGradient, RadialFocusIsWhereWrittenUnderUnitsAndTransforms) {
+  // Each draws the circle about (50, 50) of radius 40 with its focus at (30, 50).
+  const char* variants[] = {
+      "<radialGradient id=\"g\" gradientUnits=\"userSpaceOnUse\" cx=\"50\" cy=\"50\" r=\"40\""
+      " fx=\"30\" fy=\"50\">",
+      "<radialGradient id=\"g\" fx=\"0.25\">",
+      "<radialGradient id=\"g\" gradientUnits=\"userSpaceOnUse\" cx=\"30\" cy=\"50\" r=\"40\""
+      " fx=\"10\" gradientTransform=\"translate(20 0)\">",
+  };
+  for (const char* opening : variants) {
+    const Rendered r = render(parseInCanvas(
+        std::string(opening) + kRedToBlue +
+        "</radialGradient><rect x=\"10\" y=\"10\" width=\"80\" height=\"80\" fill=\"url(#g)\"/>"));
+    // 4 of the 60 points from the focus to the circle along +x; 16 of 20 along -x. About the
+    // centre instead, (34, 50) would be 0.4 of the way out.
+    EXPECT_TRUE(isRedDominant(r.at(34, 50))) << opening;
+    EXPECT_TRUE(isBlueDominant(r.at(14, 50))) << opening;
+    EXPECT_TRUE(isBlueDominant(r.at(86, 50))) << opening;
+  }
+}
+
 TEST(SvgRendererGradient, OnlyPadPaintsPastTheEnds) {
   const std::string rect = "<rect width=\"100\" height=\"100\" fill=\"url(#g)\"/>";
   auto gradient = [&](const char* spread) {
