@@ -88,13 +88,18 @@ Pixels renderWithLibrsvg(const std::string& markup, SVGSize size, int width, int
     return {};
   }
   rsvg_handle_set_dpi(handle, 96);
+  double theirWidth = 0, theirHeight = 0;
+  if (rsvg_handle_get_intrinsic_size_in_pixels(handle, &theirWidth, &theirHeight) &&
+      (std::abs(theirWidth - size.width) > 1e-3 || std::abs(theirHeight - size.height) > 1e-3)) {
+    error = "its size is " + std::to_string(theirWidth) + " by " + std::to_string(theirHeight) +
+            ", ours " + std::to_string(size.width) + " by " + std::to_string(size.height);
+  }
   cairo_surface_t* surface = cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height);
   cairo_t* cr = cairo_create(surface);
   const RsvgRectangle viewport{0, 0, size.width * kScale, size.height * kScale};
-  if (!rsvg_handle_render_document(handle, cr, &viewport, &gerror)) {
-    error = gerror ? gerror->message : "render failed";
-    g_clear_error(&gerror);
-  }
+  const bool drawn = rsvg_handle_render_document(handle, cr, &viewport, &gerror);
+  if (!drawn && error.empty()) error = gerror ? gerror->message : "render failed";
+  g_clear_error(&gerror);
   cairo_destroy(cr);
   cairo_surface_flush(surface);
   Pixels pixels = fromSurface(cairo_image_surface_get_data(surface), width, height,
