@@ -66,13 +66,17 @@ struct SVGLinearGradient {
   bool operator==(const SVGLinearGradient&) const = default;
 };
 
-// `fx` and `fy` are the focal point divided by the radius, before any transform.
+// `fx` and `fy` are the focal point divided by the radius, before any transform, kept as the
+// reader gives them (0 for an unwritten focus). Drawing uses `focusFromCentre` instead: the
+// focal point in the space that `xform` maps to, where the outer circle is the unit circle about
+// the origin, so (0, 0) is a focus at the centre.
 struct SVGRadialGradient {
   std::array<float, 6> xform{};
   float fx = 0;
   float fy = 0;
   std::vector<SVGGradientStop> stops;
   SVGSpread spread = SVGSpread::pad;
+  SVGPoint focusFromCentre;
   bool operator==(const SVGRadialGradient&) const = default;
 };
 

@@ -44,8 +44,13 @@ SVGPaint extractPaint(const ReaderPaint& paint, float opacity) {
                                spreadOf(paint.gradient->spread)};
     case kPaintRadialGradient:
       if (!paint.gradient) return SVGNoPaint{};
-      return SVGRadialGradient{paint.gradient->xform, paint.gradient->fx, paint.gradient->fy,
-                               stopsOf(*paint.gradient), spreadOf(paint.gradient->spread)};
+      return SVGRadialGradient{
+          paint.gradient->xform,
+          paint.gradient->fx,
+          paint.gradient->fy,
+          stopsOf(*paint.gradient),
+          spreadOf(paint.gradient->spread),
+          {paint.gradient->focusFromCentreX, paint.gradient->focusFromCentreY}};
     default:
       return SVGNoPaint{};
   }

@@ -355,6 +355,7 @@ struct GradientData {
   int type = kPaintLinearGradient;
   Coordinate x1, y1, x2, y2;     // linear
   Coordinate cx, cy, r, fx, fy;  // radial; an unset focus is 0, not the centre
+  bool hasFx = false, hasFy = false;
   int spread = kSpreadPad;
   bool objectUnits = true;
   Xform xform = kIdentity;
@@ -730,6 +731,8 @@ class Reader final : public svg_xml::XmlHandler {
       gradient.xform = {r, 0, 0, r, cx, cy};
       gradient.fx = fx / r;
       gradient.fy = fy / r;
+      gradient.focusFromCentreX = data->hasFx ? (fx - cx) / r : 0;
+      gradient.focusFromCentreY = data->hasFy ? (fy - cy) / r : 0;
     }
     gradient.xform =
         multiply(multiply(multiply(gradient.xform, data->xform), units), current().xform);
@@ -1274,11 +1277,13 @@ class Reader final : public svg_xml::XmlHandler {
         grad.cy = parseCoordinateRaw(a.value);
       else if (a.name == "r")
         grad.r = parseCoordinateRaw(a.value);
-      else if (a.name == "fx")
+      else if (a.name == "fx") {
         grad.fx = parseCoordinateRaw(a.value);
-      else if (a.name == "fy")
+        grad.hasFx = true;
+      } else if (a.name == "fy") {
         grad.fy = parseCoordinateRaw(a.value);
-      else if (a.name == "x1")
+        grad.hasFy = true;
+      } else if (a.name == "x1")
         grad.x1 = parseCoordinateRaw(a.value);
       else if (a.name == "y1")
         grad.y1 = parseCoordinateRaw(a.value);

@@ -50,6 +50,11 @@ struct ReaderGradient {
   int spread = kSpreadPad;
   float fx = 0;
   float fy = 0;
+  // Not in NanoSVG's image: the focal point less the centre, in radii, before any transform.
+  // `fx` and `fy` alone cannot give it once a transform is applied, and an unwritten focus
+  // (which SVG puts at the centre) is 0 there.
+  float focusFromCentreX = 0;
+  float focusFromCentreY = 0;
   std::vector<ReaderGradientStop> stops;
 };
 

@@ -105,10 +105,11 @@ void fillShape(graphics::GraphicsContext& context, const SVGShape& shape,
     graphics::Gradient paint = gradientBase(*radial);
     paint.kind = graphics::Gradient::Kind::Radial;
     // A focal point outside the circle is moved onto it, as SVG asks, rather than drawing a cone.
-    const double focalDistance = std::hypot(radial->fx, radial->fy);
+    const SVGPoint focus = radial->focusFromCentre;
+    const double focalDistance = std::hypot(focus.x, focus.y);
     const double focalScale = focalDistance > 1 ? 1 / focalDistance : 1;
-    paint.x0 = radial->fx * focalScale;
-    paint.y0 = radial->fy * focalScale;
+    paint.x0 = focus.x * focalScale;
+    paint.y0 = focus.y * focalScale;
     paint.r1 = 1;
     paintGradient(context, shape, *radial, std::move(paint));
   }

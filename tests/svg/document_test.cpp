@@ -9,40 +9,22 @@ namespace {
 
 using namespace svg_test;
 
-SVGPoint firstPoint(const ParsedSVG& svg, size_t shape = 0) {
-  EXPECT_GT(svg.shapes.size(), shape);
-  if (svg.shapes.size() <= shape || svg.shapes[shape].subpaths.empty()) return {-999, -999};
-  return svg.shapes[shape].subpaths[0].start;
+SVGPoint firstPoint(const ParsedSVG& svg) {
+  EXPECT_FALSE(svg.shapes.empty());
+  if (svg.shapes.empty() || svg.shapes[0].subpaths.empty()) return {-999, -999};
+  return svg.shapes[0].subpaths[0].start;
 }
 
-TEST(SvgTransforms, NestedGroupsAndListsApplyInnermostFirst) {
-  const ParsedSVG nested = parseInCanvas(
-      "<g transform=\"translate(10,0)\"><g transform=\"scale(2)\">"
-      "<path d=\"M1 1 L2 1\"/></g></g>");
-  EXPECT_TRUE(near(firstPoint(nested), {12, 2}));
-  const ParsedSVG list =
-      parseInCanvas("<path transform=\"translate(10,0) scale(2)\" d=\"M1 1 L2 1\"/>");
-  EXPECT_TRUE(near(firstPoint(list), {12, 2}));
-  // A group's transform is gone after the group closes.
-  const ParsedSVG after = parseInCanvas(
-      "<g transform=\"translate(50,50)\"><rect width=\"1\" height=\"1\"/></g>"
-      "<rect x=\"3\" y=\"4\" width=\"1\" height=\"1\"/>");
-  EXPECT_TRUE(near(firstPoint(after, 0), {50, 50}));
-  EXPECT_TRUE(near(firstPoint(after, 1), {3, 4}));
-}
-
-TEST(SvgTransforms, EachTransformFunction) {
+// Matrices, rotations about a point, two-argument scales, skewX and nesting are compared with
+// librsvg in drawings; the one-argument forms and skewY are read here.
+TEST(SvgTransforms, ShortFormsAndUnknownFunctions) {
   auto at = [](const char* transform) {
     return firstPoint(
         parseInCanvas(std::string("<path transform=\"") + transform + "\" d=\"M20 10 L30 10\"/>"));
   };
-  EXPECT_TRUE(near(at("matrix(1,2,3,4,5,6)"), {20 + 30 + 5, 40 + 40 + 6}));
   EXPECT_TRUE(near(at("translate(5)"), {25, 10}));
   EXPECT_TRUE(near(at("scale(2)"), {40, 20}));
-  EXPECT_TRUE(near(at("scale(2 3)"), {40, 30}));
   EXPECT_TRUE(near(at("rotate(90)"), {-10, 20}));
-  EXPECT_TRUE(near(at("rotate(90 10 10)"), {10, 20}));
-  EXPECT_TRUE(near(at("skewX(45)"), {30, 10}));
   EXPECT_TRUE(near(at("skewY(45)"), {20, 30}));
   // An unknown function is passed over; the rest still apply.
   EXPECT_TRUE(near(at("wobble(3) translate(1,1)"), {21, 11}));
@@ -134,18 +116,10 @@ TEST(SvgDocument, ViewBoxStretchesByDefaultAndAlignsWhenAskedTo) {
   // No attribute: each axis scales on its own.
   EXPECT_TRUE(near(origin(nullptr).second, {200, 100}));
   EXPECT_TRUE(near(origin("none").second, {200, 100}));
-  EXPECT_TRUE(near(origin("xMinYMin meet").first, {0, 0}));
-  EXPECT_TRUE(near(origin("xMidYMid meet").first, {50, 0}));
   EXPECT_TRUE(near(origin("xMidYMid").second, {150, 100}));
-  EXPECT_TRUE(near(origin("xMaxYMax meet").first, {100, 0}));
   EXPECT_TRUE(near(origin("xMinYMid slice").first, {0, -50}));
   EXPECT_TRUE(near(origin("xMidYMax slice").first, {0, -100}));
   EXPECT_TRUE(near(origin("xMidYMin slice").second, {200, 200}));
-
-  const ParsedSVG tall = parseMarkup(
-      "<svg width=\"100\" height=\"200\" viewBox=\"0 0 100 100\" "
-      "preserveAspectRatio=\"xMinYMax meet\"><path d=\"M0 0 L1 1\"/></svg>");
-  EXPECT_TRUE(near(firstPoint(tall), {0, 100}));
 
   // The view box origin moves the drawing.
   const ParsedSVG offset = parseMarkup(
@@ -272,6 +246,7 @@ TEST(SvgGradients, PlacementIsGivenInverted) {
   for (int i = 0; i < 6; ++i) EXPECT_NEAR(radial.xform[i], radialXform[i], 1e-6) << i;
   EXPECT_FLOAT_EQ(radial.fx, 2.4f);
   EXPECT_FLOAT_EQ(radial.fy, 2.0f);
+  EXPECT_TRUE(near(radial.focusFromCentre, {0.4, 0}));
   EXPECT_EQ(radial.spread, SVGSpread::pad);
 
   // The shape's transform and the view box scale both move the placement before it is

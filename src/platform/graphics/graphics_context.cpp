@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "platform/graphics/cairo_glue.h"
+#include "platform/graphics/native_target.h"
 
 namespace talvero::graphics {
 namespace {
@@ -85,9 +86,27 @@ struct GraphicsContext::Impl {
   std::vector<State> saved;
   State state;
 
+  // Drawing into a Cairo context of someone else's, which gets its state and the path it was
+  // building back at the end.
+  bool borrowed = false;
+  cairo_path_t* ownersPath = nullptr;
+
   ~Impl() {
-    if (cr) cairo_destroy(cr);
+    releaseContext();
     if (surface) cairo_surface_destroy(surface);
+  }
+
+  void releaseContext() {
+    if (!cr) return;
+    if (borrowed) {
+      // Saves left open, then the one made when the context was taken.
+      for (size_t i = 0; i <= saved.size(); ++i) cairo_restore(cr);
+      cairo_new_path(cr);
+      if (ownersPath->status == CAIRO_STATUS_SUCCESS) cairo_append_path(cr, ownersPath);
+      cairo_path_destroy(ownersPath);
+    }
+    cairo_destroy(cr);
+    cr = nullptr;
   }
 
   bool drawing() const { return cr && !state.suspended; }
@@ -149,6 +168,18 @@ std::unique_ptr<GraphicsContext> GraphicsContext::create(int pixelWidth, int pix
   if (cairo_status(impl->cr) != CAIRO_STATUS_SUCCESS) return nullptr;
   cairo_scale(impl->cr, scale, scale);
   cairo_set_line_width(impl->cr, 1);  // Cairo starts at 2; canvases and SVG at 1
+  return std::unique_ptr<GraphicsContext>(new GraphicsContext(std::move(impl)));
+}
+
+std::unique_ptr<GraphicsContext> GraphicsContext::drawingInto(const NativeTarget& target) {
+  if (!target.cr || cairo_status(target.cr) != CAIRO_STATUS_SUCCESS) return nullptr;
+  auto impl = std::make_unique<Impl>();
+  impl->cr = cairo_reference(target.cr);
+  impl->borrowed = true;
+  cairo_save(impl->cr);
+  impl->ownersPath = cairo_copy_path(impl->cr);
+  cairo_new_path(impl->cr);
+  cairo_set_line_width(impl->cr, 1);
   return std::unique_ptr<GraphicsContext>(new GraphicsContext(std::move(impl)));
 }
 
@@ -473,8 +504,8 @@ void GraphicsContext::setLineDash(const std::vector<double>& lengths, double off
 
 BitmapRef GraphicsContext::finish() {
   if (!impl_->cr) return nullptr;
-  cairo_destroy(impl_->cr);
-  impl_->cr = nullptr;
+  impl_->releaseContext();
+  if (!impl_->surface) return nullptr;
   cairo_surface_t* surface = std::exchange(impl_->surface, nullptr);
   return adoptSurface(surface);
 }

@@ -23,11 +23,17 @@ class GraphicsContext {
   // Null when the size breaks the pixel limit, the scale is not positive and finite, or the
   // bitmap cannot be allocated.
   static std::unique_ptr<GraphicsContext> create(int pixelWidth, int pixelHeight, double scale);
+  // The drawing library's own context, for the platform's files that hold one (native_target.h).
+  struct NativeTarget;
+  // A context drawing into `target` in its present user space and clip. The target stays its
+  // owner's: the context gives it back, in the state it had at the start, when it goes away
+  // (or at `finish`, which then gives null). Null when the target is unusable.
+  static std::unique_ptr<GraphicsContext> drawingInto(const NativeTarget& target);
   ~GraphicsContext();
   GraphicsContext(const GraphicsContext&) = delete;
   GraphicsContext& operator=(const GraphicsContext&) = delete;
 
-  int pixelWidth() const;
+  int pixelWidth() const;  // 0 when drawing into a native target
   int pixelHeight() const;
 
   void save();

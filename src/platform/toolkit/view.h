@@ -59,6 +59,11 @@ class View : public std::enable_shared_from_this<View> {
   // Content drawn between the layer's background and the subviews (text, for a label).
   virtual void drawContent(DrawContext&) {}
 
+  // The size the view's content asks for, for layouts that size a view by what it shows. A
+  // view without such a size, as a plain view, answers `kNoIntrinsicMetric` on both axes.
+  static constexpr double kNoIntrinsicMetric = -1;
+  virtual Size intrinsicContentSize() const { return {kNoIntrinsicMetric, kNoIntrinsicMetric}; }
+
   void* nativeWidget() const { return widget_; }  // GtkWidget*, for the toolkit's own files
   // A platform widget (GtkWidget*) that fills the view's bounds, drawn after its content and
   // before its subviews, and given the pointer and keyboard by the platform itself: text
