@@ -113,12 +113,10 @@ void NodeImage::updateNode(const std::string& key, const ScriptValue& value) {
 }
 
 void NodeImage::downloadImage(const std::string& url) {
-  talvero::downloadImage(url,
-                         [weak = weak_from_this()](std::shared_ptr<const toolkit::Image> image) {
-                           const std::shared_ptr<toolkit::View> view = weak.lock();
-                           auto* node = dynamic_cast<NodeImage*>(view.get());
-                           if (node && node->show) node->setBaseImage(std::move(image));
-                         });
+  talvero::downloadImage(url, [alive = std::weak_ptr<const bool>(alive_),
+                               this](std::shared_ptr<const toolkit::Image> image) {
+    if (alive.lock() && show) setBaseImage(std::move(image));
+  });
 }
 
 void NodeImage::setCanvasSurface(int64_t id) {
@@ -212,25 +210,22 @@ void NodeImage::renderSVG() {
   const uint64_t generation = ++svgGeneration_;
   const std::optional<SVGColor> tint = svgColorOf(svgTint_);
   const double scale = windowBackingScale().value_or(2.0);
-  dispatch::BackgroundQueue::global().post(
-      [weak = weak_from_this(), markup = *svgMarkup_, renderSize, scale, tint, generation] {
-        if (const auto& hook = beforeSVGRender()) hook(markup);
-        std::optional<SVGDrawing> drawing = drawSVG(markup, renderSize, scale, tint);
-        if (!drawing) return;
-        dispatch::post([weak, drawing = std::move(*drawing), renderSize, generation] {
-          const std::shared_ptr<toolkit::View> view = weak.lock();
-          auto* node = dynamic_cast<NodeImage*>(view.get());
-          // A newer drawing has taken over, or the node is gone.
-          if (!node || !node->show || node->svgGeneration_ != generation) return;
-          const std::optional<toolkit::Size> old = node->svgIntrinsicSize_;
-          node->svgIntrinsicSize_ = drawing.documentSize;
-          node->setImage(drawing.image);
-          node->lastSVGRenderSize_ = renderSize.value_or(toolkit::Size{});
-          if (node->hasMeasure_ && old != drawing.documentSize) {
-            relayoutMeasuredNode(*node, node->hasMeasure_);
-          }
-        });
-      });
+  dispatch::BackgroundQueue::global().post([alive = std::weak_ptr<const bool>(alive_), this,
+                                            markup = *svgMarkup_, renderSize, scale, tint,
+                                            generation] {
+    if (const auto& hook = beforeSVGRender()) hook(markup);
+    std::optional<SVGDrawing> drawing = drawSVG(markup, renderSize, scale, tint);
+    if (!drawing) return;
+    dispatch::post([alive, this, drawing = std::move(*drawing), renderSize, generation] {
+      // The node is gone, or a newer drawing has taken over.
+      if (!alive.lock() || !show || svgGeneration_ != generation) return;
+      const std::optional<toolkit::Size> old = svgIntrinsicSize_;
+      svgIntrinsicSize_ = drawing.documentSize;
+      setImage(drawing.image);
+      lastSVGRenderSize_ = renderSize.value_or(toolkit::Size{});
+      if (hasMeasure_ && old != drawing.documentSize) relayoutMeasuredNode(*this, hasMeasure_);
+    });
+  });
 }
 
 void NodeImage::applyFrame() {

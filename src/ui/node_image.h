@@ -69,6 +69,10 @@ class NodeImage : public NodeView<toolkit::ImageView>, public NodeTinting {
   std::optional<toolkit::Size> svgIntrinsicSize_;
   toolkit::Size lastSVGRenderSize_;
   uint64_t svgGeneration_ = 0;
+  // Late work checks this rather than a weak view: the first source starts in the
+  // constructor, before any shared pointer to the node exists. Nodes die on the main thread,
+  // where that work ends.
+  const std::shared_ptr<const bool> alive_ = std::make_shared<const bool>(true);
 };
 
 }  // namespace talvero
