@@ -76,6 +76,28 @@ TEST_F(ImageSharingTest, ScaledBitmapIsLaidOutInPointsAndCroppedInPixels) {
   EXPECT_EQ(part->pointSize(), (Size{150, 100}));
 }
 
+TEST_F(ImageSharingTest, CropIsAWindowOntoTheSamePixels) {
+  // Left half red, right half blue, 8 × 2.
+  Bitmap halves{8, 2, {}};
+  for (int i = 0; i < 16; ++i) {
+    const bool left = i % 8 < 4;
+    halves.rgba.insert(halves.rgba.end(),
+                       {uint8_t(left ? 255 : 0), 0, uint8_t(left ? 0 : 255), 255});
+  }
+  const std::vector<uint8_t> png = encodePng(halves);
+  graphics::BitmapRef bitmap = graphics::decodeImage(png.data(), png.size()).image->toBitmap();
+  const std::weak_ptr<const graphics::Bitmap> watch = bitmap;
+  std::shared_ptr<const Image> whole = Image::fromBitmap(std::move(bitmap), 2);
+  const auto part = whole->crop({{3, 1}, {2, 1}});
+  whole.reset();
+  ASSERT_TRUE(part);
+  EXPECT_FALSE(watch.expired());
+  EXPECT_EQ(part->pointSize(), (Size{2, 1}));
+  const std::vector<uint8_t> rgba = part->rgba();
+  EXPECT_EQ(std::vector<uint8_t>(rgba.begin(), rgba.end()),
+            (std::vector<uint8_t>{255, 0, 0, 255, 0, 0, 255, 255}));
+}
+
 TEST_F(ImageSharingTest, DecodedPixelsKeepTheirStraightAlpha) {
   const std::vector<uint8_t> png = solidPng(3, 3, {200, 100, 50, 128});
   const auto image = Image::decode(png.data(), png.size());

@@ -10,7 +10,7 @@
 
 namespace talvero::toolkit {
 
-Image::Image(void* texture, double scale) : texture_(texture) {
+Image::Image(void* texture, double scale, Memory memory) : texture_(texture), memory_(memory) {
   if (scale > 0) scale_ = scale;
   width_ = gdk_texture_get_width(GDK_TEXTURE(texture));
   height_ = gdk_texture_get_height(GDK_TEXTURE(texture));
@@ -18,6 +18,7 @@ Image::Image(void* texture, double scale) : texture_(texture) {
 
 Image::~Image() {
   g_object_unref(texture_);
+  if (memory_.bytes) g_bytes_unref(static_cast<GBytes*>(memory_.bytes));
 }
 
 namespace {
@@ -54,10 +55,10 @@ std::shared_ptr<const Image> Image::fromDecoded(
   const size_t row = static_cast<size_t>(width) * (alpha ? 4 : 3);
   const uint8_t* pixels = decoded->pixels();
   GBytes* data = bytesHeldBy(std::move(decoded), pixels, spanOf(height, stride, row));
-  GdkTexture* texture = gdk_memory_texture_new(
-      width, height, alpha ? GDK_MEMORY_R8G8B8A8 : GDK_MEMORY_R8G8B8, data, stride);
-  g_bytes_unref(data);
-  return std::shared_ptr<const Image>(new Image(texture));
+  return fromMemory(width, height,
+                    {data, static_cast<int>(alpha ? GDK_MEMORY_R8G8B8A8 : GDK_MEMORY_R8G8B8),
+                     stride, alpha ? size_t{4} : size_t{3}},
+                    1);
 }
 
 std::shared_ptr<const Image> Image::fromBitmap(graphics::BitmapRef bitmap, double scale) {
@@ -68,9 +69,18 @@ std::shared_ptr<const Image> Image::fromBitmap(graphics::BitmapRef bitmap, doubl
   GBytes* data = bytesHeldBy(std::move(bitmap), pixels,
                              spanOf(height, stride, static_cast<size_t>(width) * 4));
   // Native-endian premultiplied 0xAARRGGBB words are the toolkit's default memory format.
-  GdkTexture* texture = gdk_memory_texture_new(width, height, GDK_MEMORY_DEFAULT, data, stride);
-  g_bytes_unref(data);
-  return std::shared_ptr<const Image>(new Image(texture, scale));
+  return fromMemory(width, height, {data, static_cast<int>(GDK_MEMORY_DEFAULT), stride, 4}, scale);
+}
+
+std::shared_ptr<const Image> Image::fromMemory(int width, int height, Memory memory, double scale) {
+  GdkTexture* texture =
+      gdk_memory_texture_new(width, height, static_cast<GdkMemoryFormat>(memory.format),
+                             static_cast<GBytes*>(memory.bytes), memory.stride);
+  if (!texture) {
+    g_bytes_unref(static_cast<GBytes*>(memory.bytes));
+    return nullptr;
+  }
+  return std::shared_ptr<const Image>(new Image(texture, scale, memory));
 }
 
 std::shared_ptr<const Image> Image::fromPixels(int width, int height, const uint8_t* rgba,
@@ -80,11 +90,12 @@ std::shared_ptr<const Image> Image::fromPixels(int width, int height, const uint
   if (width <= 0 || height <= 0 || !rgba || stride < row) return nullptr;
   GBytes* data = g_bytes_new(rgba, spanOf(height, stride, row));
   // Premultiplied is the format the GPU takes as it is: no conversion pass before each upload.
-  GdkTexture* texture = gdk_memory_texture_new(
-      width, height, premultiplied ? GDK_MEMORY_R8G8B8A8_PREMULTIPLIED : GDK_MEMORY_R8G8B8A8, data,
-      stride);
-  g_bytes_unref(data);
-  return std::shared_ptr<const Image>(new Image(texture));
+  return fromMemory(
+      width, height,
+      {data,
+       static_cast<int>(premultiplied ? GDK_MEMORY_R8G8B8A8_PREMULTIPLIED : GDK_MEMORY_R8G8B8A8),
+       stride, 4},
+      1);
 }
 
 std::shared_ptr<const Image> Image::fromRGBA(int width, int height, const uint8_t* rgba,
@@ -119,6 +130,17 @@ std::shared_ptr<const Image> Image::crop(const Rect& rect) const {
   const int right = std::clamp(static_cast<int>(rect.x() + rect.width()), left, width_);
   const int bottom = std::clamp(static_cast<int>(rect.y() + rect.height()), top, height_);
   if (right <= left || bottom <= top) return nullptr;
+  if (memory_.bytes) {
+    // A window onto the same pixels: moving a crop over a sprite sheet copies nothing.
+    const size_t offset = static_cast<size_t>(top) * memory_.stride +
+                          static_cast<size_t>(left) * memory_.bytesPerPixel;
+    const size_t length = spanOf(bottom - top, memory_.stride,
+                                 static_cast<size_t>(right - left) * memory_.bytesPerPixel);
+    GBytes* part = g_bytes_new_from_bytes(static_cast<GBytes*>(memory_.bytes), offset, length);
+    Memory window = memory_;
+    window.bytes = part;
+    return fromMemory(right - left, bottom - top, window, 1);
+  }
   const std::vector<uint8_t> all = rgba();
   std::vector<uint8_t> part(static_cast<size_t>(right - left) * (bottom - top) * 4);
   for (int y = top; y < bottom; ++y) {

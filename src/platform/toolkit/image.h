@@ -52,10 +52,22 @@ class Image {
   void* texture() const { return texture_; }  // GdkTexture*, for the toolkit's own files
 
  private:
-  explicit Image(void* texture, double scale = 1);
+  // Where a texture made from memory keeps its pixels, so that a crop can share them.
+  struct Memory {
+    void* bytes = nullptr;  // GBytes*, one reference held
+    int format = 0;         // GdkMemoryFormat
+    size_t stride = 0;
+    size_t bytesPerPixel = 0;
+  };
+
+  Image(void* texture, double scale, Memory memory);
+  // A texture over `bytes` (one reference taken over), or null when the texture fails.
+  static std::shared_ptr<const Image> fromMemory(int width, int height, Memory memory,
+                                                 double scale);
   static std::shared_ptr<const Image> fromPixels(int width, int height, const uint8_t* rgba,
                                                  size_t stride, bool premultiplied);
   void* texture_;
+  Memory memory_;
   int width_ = 0;
   int height_ = 0;
   double scale_ = 1;
