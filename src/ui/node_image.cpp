@@ -1,6 +1,7 @@
 #include "ui/node_image.h"
 
 #include <cmath>
+#include <mutex>
 #include <span>
 #include <utility>
 #include <variant>
@@ -66,11 +67,24 @@ std::optional<SVGDrawing> drawSVG(const std::string& markup,
   return SVGDrawing{toolkit::Image::fromBitmap(std::move(bitmap), scale), documentSize};
 }
 
+// Set by tests on their thread while drawings read it on the background queue.
+std::mutex renderHookLock;
+NodeImage::SVGRenderHook renderHook;
+
+void runRenderHook(const std::string& markup) {
+  NodeImage::SVGRenderHook hook;
+  {
+    std::lock_guard lock(renderHookLock);
+    hook = renderHook;
+  }
+  if (hook) hook(markup);
+}
+
 }  // namespace
 
-std::function<void(const std::string&)>& NodeImage::beforeSVGRender() {
-  static std::function<void(const std::string&)> hook;
-  return hook;
+void NodeImage::setBeforeSVGRender(SVGRenderHook hook) {
+  std::lock_guard lock(renderHookLock);
+  renderHook = std::move(hook);
 }
 
 NodeImage::NodeImage(const std::string&, YGNodeRef nodePtr, ScriptValue script,
@@ -213,7 +227,7 @@ void NodeImage::renderSVG() {
   dispatch::BackgroundQueue::global().post([alive = std::weak_ptr<const bool>(alive_), this,
                                             markup = *svgMarkup_, renderSize, scale, tint,
                                             generation] {
-    if (const auto& hook = beforeSVGRender()) hook(markup);
+    runRenderHook(markup);
     std::optional<SVGDrawing> drawing = drawSVG(markup, renderSize, scale, tint);
     if (!drawing) return;
     dispatch::post([alive, this, drawing = std::move(*drawing), renderSize, generation] {

@@ -54,9 +54,10 @@ class NodeImage : public NodeView<toolkit::ImageView>, public NodeTinting {
   toolkit::Size lastSVGRenderSize() const { return lastSVGRenderSize_; }
   uint64_t svgGeneration() const { return svgGeneration_; }
 
+  using SVGRenderHook = std::function<void(const std::string& markup)>;
   // Runs on the background queue with the markup before each SVG drawing; tests hold a
-  // drawing there to make drawings end out of order.
-  static std::function<void(const std::string& markup)>& beforeSVGRender();
+  // drawing there to make drawings end out of order. Null removes it.
+  static void setBeforeSVGRender(SVGRenderHook hook);
 
  private:
   void dropMarkup();

@@ -83,17 +83,17 @@ MeasuredSize measureIn(NodeImage& node, float width, float height) {
 class HeldSVGDrawings {
  public:
   explicit HeldSVGDrawings(std::string marker) : state_(std::make_shared<State>()) {
-    NodeImage::beforeSVGRender() = [state = state_, marker](const std::string& markup) {
+    NodeImage::setBeforeSVGRender([state = state_, marker](const std::string& markup) {
       if (markup.find(marker) == std::string::npos) return;
       std::unique_lock lock(state->mutex);
       ++state->held;
       state->changed.notify_all();
       state->changed.wait(lock, [&] { return state->released; });
-    };
+    });
   }
   ~HeldSVGDrawings() {
     release();
-    NodeImage::beforeSVGRender() = nullptr;
+    NodeImage::setBeforeSVGRender(nullptr);
   }
   void release() {
     std::lock_guard lock(state_->mutex);
