@@ -43,6 +43,7 @@ TalveroEngine::TalveroEngine() {
   creatorGLHandler_ = std::make_unique<CreatorGLHandler>(*creatorUI_);
   creator2dHandler_ = std::make_unique<Creator2DHandler>(*creatorUI_);
   creator2dHandler_->canvas = creatorCanvasHandler_.get();
+  creatorUI_->canvasHandler = creatorCanvasHandler_.get();
   creatorUIHandler_ = std::make_unique<CreatorUIHandler>(*creatorUI_);
   creatorUtilsHandler_ = std::make_unique<CreatorUtilsHandler>(animationManager_);
   std::weak_ptr<bool> engineAlive = alive_;
@@ -67,6 +68,8 @@ TalveroEngine::TalveroEngine() {
 }
 
 TalveroEngine::~TalveroEngine() {
+  // The canvas handler goes before the store: image nodes must not reach it meanwhile.
+  creatorUI_->canvasHandler = nullptr;
   // The display link's posted ticks hold the animation manager; stop them first.
   animationManager_->stopDisplayLink();
   releaseResources(currentContext_);

@@ -7,13 +7,10 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/dispatch/background_queue.h"
-#include "platform/dispatch/main_queue.h"
-#include "platform/net/http_task.h"
-#include "platform/net/url.h"
 #include "platform/toolkit/animation.h"
 #include "platform/toolkit/image.h"
 #include "runtime/buffers.h"
+#include "ui/image_download.h"
 
 namespace talvero {
 
@@ -82,7 +79,7 @@ EndPoints radialEnds(const CUIGradientSpec& gradient, double w, double h) {
 
 toolkit::GradientPaint paintFor(const CUIGradientSpec& gradient, toolkit::Size size) {
   const auto [start, end] = gradient.isRadial ? radialEnds(gradient, size.width, size.height)
-                                          : linearEnds(gradient.angle, size.width, size.height);
+                                              : linearEnds(gradient.angle, size.width, size.height);
   return toolkit::GradientPaint{gradient.isRadial, gradient.colors, gradient.locations, start, end};
 }
 
@@ -110,27 +107,14 @@ void applyBackgroundImage(NodeProtocol& node, std::shared_ptr<const toolkit::Ima
   layer.setMasksToBounds(true);
 }
 
-// Decodes off the main thread and hands the image to the node unless it was removed. Loads
-// are neither cached nor cancelled, so the one that finishes last wins.
+// A load ends in nothing when the node was removed meanwhile.
 void loadBackgroundImage(NodeProtocol& node, const std::string& url) {
-  net::HttpRequest request;
-  request.url = url;
-  net::DataTaskCallbacks callbacks;
-  callbacks.onComplete = [view = std::weak_ptr<toolkit::View>(node.viewPtr())](
-                             const net::HttpResponse&, Bytes body) {
-    if (!body || body->empty()) return;
-    dispatch::BackgroundQueue::global().post([view, body] {
-      std::shared_ptr<const toolkit::Image> image =
-          toolkit::Image::decode(body->data(), body->size());
-      if (!image) return;
-      dispatch::post([view, image] {
-        const std::shared_ptr<toolkit::View> alive = view.lock();
-        NodeProtocol* node = alive ? asNode(alive.get()) : nullptr;
-        if (node && node->show) applyBackgroundImage(*node, image);
-      });
-    });
-  };
-  net::startDataTask(std::move(request), std::move(callbacks));
+  downloadImage(url, [view = std::weak_ptr<toolkit::View>(node.viewPtr())](
+                         std::shared_ptr<const toolkit::Image> image) {
+    const std::shared_ptr<toolkit::View> alive = view.lock();
+    NodeProtocol* node = alive ? asNode(alive.get()) : nullptr;
+    if (node && node->show) applyBackgroundImage(*node, std::move(image));
+  });
 }
 
 }  // namespace
@@ -234,7 +218,7 @@ void setBackgroundImage(NodeProtocol& node, const std::string& source) {
     }
     return;
   }
-  if (net::isParsableUrl(source)) loadBackgroundImage(node, source);
+  loadBackgroundImage(node, source);
 }
 
 void setBackgroundSize(NodeProtocol& node, const std::string& value) {

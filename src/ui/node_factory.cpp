@@ -3,6 +3,7 @@
 #include <set>
 
 #include "runtime/log.h"
+#include "ui/node_image.h"
 #include "ui/node_input.h"
 #include "ui/node_scrollable.h"
 #include "ui/node_text.h"
@@ -25,9 +26,9 @@ void warnUnbuiltKind(const std::string& type) {
 }  // namespace
 
 bool isMeasuredKind(const std::string& type) {
-  // Images and videos are measured too once their classes exist; as plain containers they
-  // are laid out like any other.
-  return type == "text" || type == "input" || type == "textarea";
+  // Videos are measured too once their class exists; as plain containers they are laid out
+  // like any other.
+  return type == "text" || type == "input" || type == "textarea" || type == "image";
 }
 
 std::shared_ptr<NodeProtocol> makeNodeOfKind(const std::string& type, bool scrollable,
@@ -44,9 +45,8 @@ std::shared_ptr<NodeProtocol> makeNodeOfKind(const std::string& type, bool scrol
   }
   if (type == "scrollable") return std::make_shared<NodeScrollable>(type, nodePtr, script, store);
   if (type == "vlist") return std::make_shared<NodeVList>(type, nodePtr, script, store);
-  if (type == "image" || type == "video") {
-    warnUnbuiltKind(type);
-  }
+  if (type == "image") return std::make_shared<NodeImage>(type, nodePtr, script, store);
+  if (type == "video") warnUnbuiltKind(type);
   return std::make_shared<Node>(type, nodePtr, script, store);
 }
 

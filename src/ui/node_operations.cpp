@@ -9,6 +9,7 @@
 #include "platform/dispatch/main_queue.h"
 #include "style_core/style_core.h"
 #include "ui/node_animation.h"
+#include "ui/node_image.h"
 #include "ui/node_vlist.h"
 #include "ui/style_dispatch.h"
 #include "ui/ui_store.h"
@@ -73,6 +74,15 @@ void setClass(uint64_t id, const std::string& name, bool enabled) {
 void updateNode(uint64_t id, const std::string& key, const ScriptValue& value) {
   dispatch::post([id, key, value] {
     if (NodeProtocol* node = CreatorUIStore::getNode(id)) node->updateNode(key, value);
+  });
+}
+
+void setSourceRect(uint64_t id, double x, double y, double width, double height) {
+  dispatch::post([id, x, y, width, height] {
+    if (auto* image = dynamic_cast<NodeImage*>(CreatorUIStore::getNode(id))) {
+      image->setSourceRect(static_cast<float>(x), static_cast<float>(y), static_cast<float>(width),
+                           static_cast<float>(height));
+    }
   });
 }
 

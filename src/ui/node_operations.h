@@ -23,6 +23,9 @@ void setClass(uint64_t id, const std::string& name, bool enabled);
 // A content change, always on a later turn of the main queue: a script that reads the view
 // in the same turn sees the old content.
 void updateNode(uint64_t id, const std::string& key, const ScriptValue& value);
+// The crop of an image node's base image, always on a later turn of the main queue; other
+// nodes ignore it.
+void setSourceRect(uint64_t id, double x, double y, double width, double height);
 // Replaces the children `oldChildren` of the node by `newChildren`.
 void setContent(uint64_t id, const ScriptValue& oldChildren, const ScriptValue& newChildren);
 // Inserts a script node under the node `parentId` at `index`, or takes one away from it.

@@ -18,6 +18,7 @@
 
 namespace talvero {
 
+class CanvasSurfaceSource;
 class WidgetHost;
 
 // One touch in progress: the script's handler object and where the pointer was last.
@@ -70,6 +71,8 @@ class CreatorUIStore {
   std::function<void()> onClose2dScene;
   std::map<int64_t, TrackHandler> trackHandlers;
   std::set<uint64_t> pressedButtons;
+  // The engine's canvas surfaces, for image nodes; not owned, null until the engine sets it.
+  const CanvasSurfaceSource* canvasHandler = nullptr;
 
   // Process-wide: every screen and widget ever opened (the position is the id), the overlay
   // colours of widget roots, and the store made last.

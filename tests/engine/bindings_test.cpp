@@ -34,7 +34,8 @@ TEST_F(BindingsTest, UtilitiesListTheirOperationsInTheirTableOrder) {
 TEST_F(BindingsTest, UIListsItsOperationsInTheirTableOrder) {
   EXPECT_EQ(keysOf("_creatorUI"),
             "\"openScreen,closeScreen,routerOpen,routerPush,routerReplace,routerPop,routerHide,"
-            "routerRestore,showWidget,hideWidget,updateNode,updateStyle,mergeStyle,setClass,"
+            "routerRestore,showWidget,hideWidget,updateNode,setSourceRect,updateStyle,mergeStyle,"
+            "setClass,"
             "registerFont,toast,registerTouchStartEvent,registerTouchEndEvent,"
             "registerResizeEvent,getDisplaySize,isButtonPressed,getTextValue,insertNode,"
             "removeNode,setContent,animateFrom,animateTo,setComfortInset,vlistSetKeys,"

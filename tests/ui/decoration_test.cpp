@@ -255,5 +255,23 @@ TEST_F(DecorationTest, TheLoadThatFinishesLastWins) {
   EXPECT_EQ(colourAt(10, 10), "red");
 }
 
+TEST_F(DecorationTest, SvgIsNoBackgroundImageFromABufferOrAUrl) {
+  const std::string svg =
+      "<svg xmlns='http://www.w3.org/2000/svg' width='10' height='10'>"
+      "<rect width='10' height='10' fill='#ff0000'/></svg>";
+  const int64_t id = Buffers::putBuffer(makeBytes(std::vector<uint8_t>(svg.begin(), svg.end())));
+  server.on("/icon.svg", [&](SoupServerMessage* message) { testing::respond(message, 200, svg); });
+  open("var fromBuffer = {type: 'view', _style: {width: 10, height: 10, backgroundImage: 'id:" +
+           std::to_string(id) +
+           "'}};"
+           "var fromUrl = {type: 'view', _style: {width: 10, height: 10}};",
+       "fromBuffer, fromUrl");
+  style("fromUrl", "backgroundImage", "'" + server.url("/icon.svg") + "'");
+  ASSERT_TRUE(dispatch::pumpUntil([&] { return !server.received.empty(); }, 5));
+  dispatch::pumpFor(0.2);
+  EXPECT_EQ(layer("fromBuffer").contents(), nullptr);
+  EXPECT_EQ(layer("fromUrl").contents(), nullptr);
+}
+
 }  // namespace
 }  // namespace talvero

@@ -116,4 +116,10 @@ std::optional<CreatorCanvasHandler::SurfacePixels> CreatorCanvasHandler::surface
   return SurfacePixels{std::move(pixels->rgba), pixels->width, pixels->height};
 }
 
+std::shared_ptr<const toolkit::Image> CreatorCanvasHandler::surfaceImage(int64_t id) const {
+  const canvas::Surface* surface = surfaces_.find(id);
+  if (!surface || !surface->bitmap) return nullptr;
+  return toolkit::Image::fromBitmap(surface->bitmap, surface->scale);
+}
+
 }  // namespace talvero

@@ -6,14 +6,18 @@
 
 #include "canvas/surfaces.h"
 #include "engine/bindings/script_handler.h"
+#include "ui/canvas_surface_source.h"
 
 namespace talvero {
 
 // `_creatorCanvas`, the script's raster canvas: programs recorded by the script are painted
 // into surfaces kept by id, which image nodes and the 2D and 3D layers then take.
-class CreatorCanvasHandler : public ScriptHandler {
+class CreatorCanvasHandler : public ScriptHandler, public CanvasSurfaceSource {
  public:
   CreatorCanvasHandler();
+
+  // The surface's bitmap, shared, at the surface's scale.
+  std::shared_ptr<const toolkit::Image> surfaceImage(int64_t id) const override;
 
   // A surface's pixels as the 2D layer takes them: straight (not premultiplied) RGBA, row 0
   // the top.

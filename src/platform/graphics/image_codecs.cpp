@@ -166,6 +166,16 @@ int DecodedImage::height() const {
   return gdk_pixbuf_get_height(pixels_->pixbuf);
 }
 
+const uint8_t* DecodedImage::pixels() const {
+  return gdk_pixbuf_read_pixels(pixels_->pixbuf);
+}
+int DecodedImage::rowStride() const {
+  return gdk_pixbuf_get_rowstride(pixels_->pixbuf);
+}
+bool DecodedImage::hasAlpha() const {
+  return gdk_pixbuf_get_has_alpha(pixels_->pixbuf);
+}
+
 BitmapRef DecodedImage::toBitmap() const {
   GdkPixbuf* pixbuf = pixels_->pixbuf;
   const int w = width(), h = height();

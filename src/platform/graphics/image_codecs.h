@@ -29,6 +29,10 @@ class DecodedImage {
 
   int width() const;
   int height() const;
+  // The decoder's own rows, straight alpha, 8 bits a channel: R, G, B and, with alpha, A.
+  const uint8_t* pixels() const;
+  int rowStride() const;
+  bool hasAlpha() const;
   // Premultiplies into a new bitmap; null when that cannot be allocated.
   BitmapRef toBitmap() const;
 

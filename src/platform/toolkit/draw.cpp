@@ -54,7 +54,7 @@ void pushClip(const Layer& layer, const LayerValues& shown, GtkSnapshot* snapsho
 // Where the contents land for each gravity, in the layer's coordinates.
 Rect contentsRect(const Layer& layer, const LayerValues& shown, const Image& image) {
   const double w = shown.bounds.width(), h = shown.bounds.height();
-  const double iw = image.width(), ih = image.height();
+  const double iw = image.pointSize().width, ih = image.pointSize().height;
   switch (layer.contentsGravity()) {
     case ContentsGravity::Resize:
       return Rect{{0, 0}, {w, h}};

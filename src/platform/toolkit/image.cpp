@@ -4,29 +4,83 @@
 #include <gtk/gtk.h>
 
 #include <algorithm>
+#include <utility>
+
+#include "platform/graphics/image_codecs.h"
 
 namespace talvero::toolkit {
 
-Image::Image(void* texture) : texture_(texture) {
+Image::Image(void* texture, double scale, Memory memory) : texture_(texture), memory_(memory) {
+  if (scale > 0) scale_ = scale;
   width_ = gdk_texture_get_width(GDK_TEXTURE(texture));
   height_ = gdk_texture_get_height(GDK_TEXTURE(texture));
 }
 
 Image::~Image() {
   g_object_unref(texture_);
+  if (memory_.bytes) g_bytes_unref(static_cast<GBytes*>(memory_.bytes));
 }
 
+namespace {
+
+// Bytes that keep `owner` alive for as long as a texture reads them.
+template <class Owner>
+GBytes* bytesHeldBy(Owner owner, const uint8_t* data, size_t size) {
+  auto* held = new Owner(std::move(owner));
+  return g_bytes_new_with_free_func(
+      data, size, [](gpointer o) { delete static_cast<Owner*>(o); }, held);
+}
+
+size_t spanOf(int height, size_t stride, size_t row) {
+  // The last row ends at its last pixel: the owner may hold no padding after it.
+  return stride * (static_cast<size_t>(height) - 1) + row;
+}
+
+}  // namespace
+
 std::shared_ptr<const Image> Image::decode(const uint8_t* bytes, size_t size) {
-  if (!bytes || size == 0) return nullptr;
-  // gdk-pixbuf's loaders cover more formats than GTK's own (GIF, WebP, BMP).
-  GdkPixbufLoader* loader = gdk_pixbuf_loader_new();
-  const bool written = gdk_pixbuf_loader_write(loader, bytes, size, nullptr);
-  const bool closed = gdk_pixbuf_loader_close(loader, nullptr);
-  GdkPixbuf* pixbuf = written && closed ? gdk_pixbuf_loader_get_pixbuf(loader) : nullptr;
-  std::shared_ptr<const Image> image;
-  if (pixbuf) image.reset(new Image(gdk_texture_new_for_pixbuf(pixbuf)));
-  g_object_unref(loader);
-  return image;
+  graphics::DecodeResult result = graphics::decodeImage(bytes, size);
+  if (!result.image) return nullptr;
+  return fromDecoded(std::move(result.image));
+}
+
+std::shared_ptr<const Image> Image::fromDecoded(
+    std::shared_ptr<const graphics::DecodedImage> decoded) {
+  if (!decoded) return nullptr;
+  const int width = decoded->width(), height = decoded->height();
+  if (width <= 0 || height <= 0) return nullptr;
+  // Straight alpha as the decoder leaves it: the GPU takes it without a premultiplying pass.
+  const bool alpha = decoded->hasAlpha();
+  const size_t stride = static_cast<size_t>(decoded->rowStride());
+  const size_t row = static_cast<size_t>(width) * (alpha ? 4 : 3);
+  const uint8_t* pixels = decoded->pixels();
+  GBytes* data = bytesHeldBy(std::move(decoded), pixels, spanOf(height, stride, row));
+  return fromMemory(width, height,
+                    {data, static_cast<int>(alpha ? GDK_MEMORY_R8G8B8A8 : GDK_MEMORY_R8G8B8),
+                     stride, alpha ? size_t{4} : size_t{3}},
+                    1);
+}
+
+std::shared_ptr<const Image> Image::fromBitmap(graphics::BitmapRef bitmap, double scale) {
+  if (!bitmap || bitmap->width() <= 0 || bitmap->height() <= 0) return nullptr;
+  const int width = bitmap->width(), height = bitmap->height();
+  const auto stride = static_cast<size_t>(bitmap->stride());
+  const uint8_t* pixels = bitmap->data();
+  GBytes* data = bytesHeldBy(std::move(bitmap), pixels,
+                             spanOf(height, stride, static_cast<size_t>(width) * 4));
+  // Native-endian premultiplied 0xAARRGGBB words are the toolkit's default memory format.
+  return fromMemory(width, height, {data, static_cast<int>(GDK_MEMORY_DEFAULT), stride, 4}, scale);
+}
+
+std::shared_ptr<const Image> Image::fromMemory(int width, int height, Memory memory, double scale) {
+  GdkTexture* texture =
+      gdk_memory_texture_new(width, height, static_cast<GdkMemoryFormat>(memory.format),
+                             static_cast<GBytes*>(memory.bytes), memory.stride);
+  if (!texture) {
+    g_bytes_unref(static_cast<GBytes*>(memory.bytes));
+    return nullptr;
+  }
+  return std::shared_ptr<const Image>(new Image(texture, scale, memory));
 }
 
 std::shared_ptr<const Image> Image::fromPixels(int width, int height, const uint8_t* rgba,
@@ -34,14 +88,14 @@ std::shared_ptr<const Image> Image::fromPixels(int width, int height, const uint
   const size_t row = static_cast<size_t>(width) * 4;
   if (stride == 0) stride = row;
   if (width <= 0 || height <= 0 || !rgba || stride < row) return nullptr;
-  // The last row ends at its last pixel: the caller's buffer may hold no padding after it.
-  GBytes* data = g_bytes_new(rgba, stride * (static_cast<size_t>(height) - 1) + row);
+  GBytes* data = g_bytes_new(rgba, spanOf(height, stride, row));
   // Premultiplied is the format the GPU takes as it is: no conversion pass before each upload.
-  GdkTexture* texture = gdk_memory_texture_new(
-      width, height, premultiplied ? GDK_MEMORY_R8G8B8A8_PREMULTIPLIED : GDK_MEMORY_R8G8B8A8, data,
-      stride);
-  g_bytes_unref(data);
-  return std::shared_ptr<const Image>(new Image(texture));
+  return fromMemory(
+      width, height,
+      {data,
+       static_cast<int>(premultiplied ? GDK_MEMORY_R8G8B8A8_PREMULTIPLIED : GDK_MEMORY_R8G8B8A8),
+       stride, 4},
+      1);
 }
 
 std::shared_ptr<const Image> Image::fromRGBA(int width, int height, const uint8_t* rgba,
@@ -76,6 +130,17 @@ std::shared_ptr<const Image> Image::crop(const Rect& rect) const {
   const int right = std::clamp(static_cast<int>(rect.x() + rect.width()), left, width_);
   const int bottom = std::clamp(static_cast<int>(rect.y() + rect.height()), top, height_);
   if (right <= left || bottom <= top) return nullptr;
+  if (memory_.bytes) {
+    // A window onto the same pixels: moving a crop over a sprite sheet copies nothing.
+    const size_t offset = static_cast<size_t>(top) * memory_.stride +
+                          static_cast<size_t>(left) * memory_.bytesPerPixel;
+    const size_t length = spanOf(bottom - top, memory_.stride,
+                                 static_cast<size_t>(right - left) * memory_.bytesPerPixel);
+    GBytes* part = g_bytes_new_from_bytes(static_cast<GBytes*>(memory_.bytes), offset, length);
+    Memory window = memory_;
+    window.bytes = part;
+    return fromMemory(right - left, bottom - top, window, 1);
+  }
   const std::vector<uint8_t> all = rgba();
   std::vector<uint8_t> part(static_cast<size_t>(right - left) * (bottom - top) * 4);
   for (int y = top; y < bottom; ++y) {

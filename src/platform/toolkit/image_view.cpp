@@ -44,7 +44,7 @@ void ImageView::setContentTintColor(std::optional<Color> tint) {
 Rect ImageView::imageRect() const {
   if (!image_) return {};
   const double w = bounds().width(), h = bounds().height();
-  const double iw = image_->width(), ih = image_->height();
+  const double iw = image_->pointSize().width, ih = image_->pointSize().height;
   double sx = 1, sy = 1;
   switch (scaling_) {
     case ImageScaling::ProportionallyUpOrDown:

@@ -156,6 +156,12 @@ double View::backingScaleFactor() const {
   return gtk_widget_get_scale_factor(widgetOf(this));
 }
 
+std::optional<double> View::windowBackingScale() const {
+  GtkWidget* widget = widgetOf(this);
+  if (!gtk_widget_get_root(widget)) return std::nullopt;
+  return gtk_widget_get_scale_factor(widget);
+}
+
 View* View::hitTest(Point pointInSuperview) {
   if (isHidden()) return nullptr;
   Transform3D fromParent;

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "platform/toolkit/geometry.h"
@@ -45,6 +46,8 @@ class View : public std::enable_shared_from_this<View> {
   Point convertPoint(Point point, const View* from) const;
   void setNeedsDisplay();
   double backingScaleFactor() const;
+  // The backing scale of the window that shows this view; nothing while it is in none.
+  std::optional<double> windowBackingScale() const;
 
   // The deepest visible view under a point of the superview's coordinates, or null. A view
   // may override it to claim the presses of its subviews.
