@@ -104,11 +104,15 @@ TEST(CanvasBadInput, NonFiniteOrHugeSizesGiveZeroAndALine) {
   EXPECT_EQ(rasterize(table, Program{}, 0, 1e9, 10), 0);
   EXPECT_EQ(rasterize(table, Program{}, 0, 16385, 1), 0);
   EXPECT_EQ(rasterize(table, Program{}, 0, 9000, 9000), 0);
+  // Finite, but past every integer type.
+  EXPECT_EQ(rasterize(table, Program{}, 0, 1e30, 10), 0);
   const std::string out = ::testing::internal::GetCapturedStdout();
   EXPECT_NE(out.find("[canvas] rasterize: width and height must be finite"), std::string::npos);
   EXPECT_NE(out.find("[canvas] rasterize: 1000000000x10 pixels is over the pixel limit"),
             std::string::npos);
-  EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 5);
+  EXPECT_NE(out.find("[canvas] rasterize: 1000000000000000019884624838656x10 pixels is over"),
+            std::string::npos);
+  EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 6);
   // Nothing was stored, so the counter did not move.
   EXPECT_EQ(rasterize(table, Program{}), 1);
 }
