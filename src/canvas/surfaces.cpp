@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <string>
 
 #include "canvas/canvas_font.h"
@@ -14,6 +15,17 @@
 #include "runtime/log.h"
 
 namespace talvero::canvas {
+
+namespace {
+
+// A pixel count for the log as the whole number it is, however far past any integer type.
+std::string wholeNumber(double value) {
+  char text[400];
+  std::snprintf(text, sizeof text, "%.0f", value);
+  return text;
+}
+
+}  // namespace
 
 int64_t SurfaceTable::takeId(int64_t requested) {
   if (requested != 0) {
@@ -40,8 +52,8 @@ int64_t SurfaceTable::rasterize(int64_t id, double width, double height, double 
       pixelHeight > static_cast<double>(graphics::kMaxPixelsPerSide) ||
       !graphics::fitsPixelLimit(static_cast<int64_t>(pixelWidth),
                                 static_cast<int64_t>(pixelHeight))) {
-    logLine("[canvas] rasterize: " + std::to_string(static_cast<int64_t>(pixelWidth)) + "x" +
-            std::to_string(static_cast<int64_t>(pixelHeight)) + " pixels is over the pixel limit");
+    logLine("[canvas] rasterize: " + wholeNumber(pixelWidth) + "x" + wholeNumber(pixelHeight) +
+            " pixels is over the pixel limit");
     return 0;
   }
   auto context = graphics::GraphicsContext::create(static_cast<int>(pixelWidth),

@@ -2,7 +2,6 @@
 #include <utility>
 
 #include "engine/bindings/creator2d_bindings.h"
-#include "engine/bindings/creator_canvas_bindings.h"
 #include "runtime/buffers.h"
 #include "runtime/log.h"
 #include "runtime/value_helpers.h"
@@ -94,17 +93,11 @@ void Creator2DHandler::createTexture(int64_t bufferId, ScriptValue resolve, Scri
 }
 
 int32_t Creator2DHandler::createTextureFromCanvas(int64_t surface) {
-  if (!canvas) return 0;
-  const auto pixels = canvas->surfacePixels(surface);
-  if (!pixels) return 0;
-  return c2dCreateTextureFromRGBA(pixels->rgba.data(), pixels->width, pixels->height);
+  return canvasUploads.createFrom(canvas, surface).value_or(0);
 }
 
 void Creator2DHandler::updateTextureFromCanvas(int32_t texture, int64_t surface) {
-  if (!canvas) return;
-  if (const auto pixels = canvas->surfacePixels(surface)) {
-    c2dUpdateTextureFromRGBA(texture, pixels->rgba.data(), pixels->width, pixels->height);
-  }
+  canvasUploads.updateFrom(canvas, texture, surface);
 }
 
 void Creator2DHandler::runUpdates(double dt) {

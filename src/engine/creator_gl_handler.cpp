@@ -184,6 +184,14 @@ void CreatorGLHandler::createTexture(int64_t bufferId, ScriptValue resolve, Scri
       });
 }
 
+int64_t CreatorGLHandler::createTextureFromCanvas(int64_t surface) {
+  return canvasUploads.createFrom(canvas, surface).value_or(-1);
+}
+
+void CreatorGLHandler::updateTextureFromCanvas(int64_t texture, int64_t surface) {
+  canvasUploads.updateFrom(canvas, texture, surface);
+}
+
 void CreatorGLHandler::setEarlyUpdate(ScriptValue function) {
   earlyUpdateFunction_ = functionOrEmpty(std::move(function));
   installUpdateFunctions();

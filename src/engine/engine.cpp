@@ -42,6 +42,7 @@ TalveroEngine::TalveroEngine() {
   creatorUI_ = std::make_unique<CreatorUIStore>();
   creatorGLHandler_ = std::make_unique<CreatorGLHandler>(*creatorUI_);
   creator2dHandler_ = std::make_unique<Creator2DHandler>(*creatorUI_);
+  creatorGLHandler_->canvas = creatorCanvasHandler_.get();
   creator2dHandler_->canvas = creatorCanvasHandler_.get();
   creatorUI_->canvasHandler = creatorCanvasHandler_.get();
   creatorUIHandler_ = std::make_unique<CreatorUIHandler>(*creatorUI_);

@@ -92,11 +92,14 @@ TEST(CanvasBadInput, NonFiniteOrHugeSizesGiveZeroAndALine) {
   EXPECT_EQ(rasterizeEmpty(table, 1e9, 10), 0);
   EXPECT_EQ(rasterizeEmpty(table, 16385, 1), 0);
   EXPECT_EQ(rasterizeEmpty(table, 9000, 9000), 0);
+  EXPECT_EQ(rasterizeEmpty(table, 1e30, 10), 0);  // finite, but past every integer type
   const std::string out = ::testing::internal::GetCapturedStdout();
   EXPECT_NE(out.find("[canvas] rasterize: width and height must be finite"), std::string::npos);
   EXPECT_NE(out.find("[canvas] rasterize: 1000000000x10 pixels is over the pixel limit"),
             std::string::npos);
-  EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 5);
+  EXPECT_NE(out.find("[canvas] rasterize: 1000000000000000019884624838656x10 pixels is over"),
+            std::string::npos);
+  EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 6);
   EXPECT_EQ(rasterizeEmpty(table, 2, 2), 1);  // nothing was stored
 }
 

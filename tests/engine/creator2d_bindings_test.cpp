@@ -91,6 +91,47 @@ TEST_F(Creator2DTest, TextureFromCanvasHasTheSurfacesPixelSize) {
   EXPECT_EQ(c2dGetTextureHeight(texture), 12);
 }
 
+TEST_F(Creator2DTest, CanvasRowsHandTheSurfacesStraightPixelsToTheUploads) {
+  struct Seen {
+    int32_t texture;
+    std::vector<uint8_t> rgba;
+    int32_t width;
+    int32_t height;
+  };
+  std::vector<Seen> seen;
+  handler().canvasUploads = {
+      [&](const uint8_t* rgba, int32_t width, int32_t height) {
+        seen.push_back({0, {rgba, rgba + width * height * 4}, width, height});
+        return 7;
+      },
+      [&](int32_t texture, const uint8_t* rgba, int32_t width, int32_t height) {
+        seen.push_back({texture, {rgba, rgba + width * height * 4}, width, height});
+      }};
+  // A quarter-opaque blue stroke over a clear bitmap: every kind of alpha is in the hand-off.
+  run("var surface = _creatorCanvas.rasterize(0, 5, 3, 1,"
+      " new Float32Array([7, 0, 8, 2, 26, 1, 1, 3, 1]), 9, ['rgba(0, 0, 255, 0.25)']);");
+  const int64_t surface = std::stoll(value("surface"));
+  const auto straight = engine.creatorCanvasHandler().surfaces().straightRGBA(surface);
+  ASSERT_TRUE(straight);
+
+  EXPECT_EQ(value("_creator2d.createTextureFromCanvas(surface)"), "7");
+  run("_creator2d.updateTextureFromCanvas(3, surface)");
+  ASSERT_EQ(seen.size(), 2u);
+  for (const Seen& upload : seen) {
+    EXPECT_EQ(upload.rgba, straight->rgba);
+    EXPECT_EQ(upload.width, 5);
+    EXPECT_EQ(upload.height, 3);
+  }
+  EXPECT_EQ(seen[1].texture, 3);
+
+  EXPECT_EQ(value("_creator2d.createTextureFromCanvas(4242)"), "0");
+  run("_creator2d.updateTextureFromCanvas(3, 4242)");
+  handler().canvas = nullptr;
+  EXPECT_EQ(value("_creator2d.createTextureFromCanvas(surface)"), "0");
+  run("_creator2d.updateTextureFromCanvas(3, surface)");
+  EXPECT_EQ(seen.size(), 2u);
+}
+
 TEST_F(Creator2DTest, TexturesResolveWithTheirSizeAndStaleOrBadBuffersReject) {
   const std::vector<uint8_t> white(3 * 2 * 4, 0xFF);
   const int64_t image = Buffers::putBuffer(

@@ -332,6 +332,90 @@ TEST_F(CreatorGLTest, TexturesResolveWithTheirSizeAndStaleOrBadBuffersReject) {
   EXPECT_NE(out.find("[creator-gl] createTexture: the image does not decode"), std::string::npos);
 }
 
+// What a canvas row handed to the 3D layer's RGBA upload.
+struct SeenUpload {
+  int64_t texture = -1;
+  std::vector<uint8_t> rgba;
+  int32_t width = 0;
+  int32_t height = 0;
+};
+
+TEST_F(CreatorGLTest, CanvasRowsHandTheSurfacesStraightPixelsToTheUploads) {
+  std::vector<SeenUpload> seen;
+  gl().canvasUploads = {
+      [&](const uint8_t* rgba, int32_t width, int32_t height) {
+        seen.push_back({-1, {rgba, rgba + width * height * 4}, width, height});
+        return int64_t{5};
+      },
+      [&](int64_t texture, const uint8_t* rgba, int32_t width, int32_t height) {
+        seen.push_back({texture, {rgba, rgba + width * height * 4}, width, height});
+      }};
+  // Half-transparent red at scale 2: the hand-off is the unpremultiplied bitmap, 6 by 4.
+  run("_creator.createEngine([]);"
+      "var surface = _creatorCanvas.rasterize(0, 3, 2, 2,"
+      " new Float32Array([6, 0, 25, 0, 0, 2, 2]), 7, ['rgba(255, 0, 0, 0.5)']);");
+  const int64_t surface = std::stoll(value("surface"));
+  const auto straight = engine.creatorCanvasHandler().surfaces().straightRGBA(surface);
+  ASSERT_TRUE(straight);
+  ASSERT_EQ(straight->width, 6);
+  ASSERT_EQ(straight->height, 4);
+
+  EXPECT_EQ(value("_creator.createTextureFromCanvas(surface)"), "5");
+  run("_creator.updateTextureFromCanvas(9, surface)");
+  ASSERT_EQ(seen.size(), 2u);
+  for (const SeenUpload& upload : seen) {
+    EXPECT_EQ(upload.rgba, straight->rgba);
+    EXPECT_EQ(upload.width, 6);
+    EXPECT_EQ(upload.height, 4);
+  }
+  EXPECT_EQ(seen[1].texture, 9);
+  // Straight, not premultiplied: the covered corner keeps full red at half alpha.
+  EXPECT_EQ(std::vector<int>(seen[0].rgba.begin(), seen[0].rgba.begin() + 4),
+            (std::vector<int>{255, 0, 0, 128}));
+
+  // An unknown surface, or no canvas at all, gives 0 and never reaches the uploads.
+  EXPECT_EQ(value("_creator.createTextureFromCanvas(4242)"), "0");
+  run("_creator.updateTextureFromCanvas(9, 4242)");
+  gl().canvas = nullptr;
+  EXPECT_EQ(value("_creator.createTextureFromCanvas(surface)"), "0");
+  run("_creator.updateTextureFromCanvas(9, surface)");
+  EXPECT_EQ(seen.size(), 2u);
+}
+
+TEST_F(CreatorGLTest, ACanvasTextureShowsOnAMeshAndFollowsItsUpdate) {
+  openSceneWithCamera();
+  const int64_t material = materialBuffer("unlit_textured.filamat");
+  // A square of side 2 at depth -2 fills the middle of the view; the canvas paints it.
+  run("var instance = _creator.createMaterial(" + std::to_string(material) +
+      ");"
+      "_creator.setUniformRgba(instance, 'baseColor', 0xFFFFFFFF);"
+      "var square = _creator.createEntity();"
+      "_creator.setMesh(square, instance,"
+      " new Float32Array([-1, -1, -2, 1, -1, -2, 1, 1, -2, -1, 1, -2]),"
+      " new Float32Array([0, 0, 1, 0, 0, 1, 0, 0, 1, 0, 0, 1]),"
+      " new Uint16Array([0, 1, 2, 0, 2, 3]), new Float32Array([0, 0, 1, 0, 1, 1, 0, 1]), 0);"
+      "_creator.addEntityToScene(scene, square);"
+      "function paint(colour) {"
+      "  return _creatorCanvas.rasterize(0, 4, 4, 1, new Float32Array([6, 0, 25, 0, 0, 4, 4]),"
+      "                                  7, [colour]);"
+      "}"
+      "var surface = paint('#00ff00');"
+      "var texture = _creator.createTextureFromCanvas(surface);"
+      "_creator.setUniformTexture(instance, 'baseTexture', texture, 0, 0);");
+
+  const auto centre = [this] {
+    std::vector<uint8_t> pixels(64 * 64 * 4);
+    EXPECT_TRUE(scene3d::testing::whenFrameBegins(
+        [&] { scene3d::render_to_offscreen(1000, pixels.data()); }));
+    const size_t at = (32 * 64 + 32) * 4;
+    return std::vector<int>{pixels[at], pixels[at + 1], pixels[at + 2]};
+  };
+  EXPECT_EQ(centre(), (std::vector<int>{0, 255, 0}));
+
+  run("_creator.updateTextureFromCanvas(texture, paint('#0000ff'))");
+  EXPECT_EQ(centre(), (std::vector<int>{0, 0, 255}));
+}
+
 TEST_F(CreatorGLTest, TraverseSurvivesACallbackThatDestroys) {
   run("_creator.createEngine([]); var root = _creator.createEntity();"
       "var a = _creator.createEntity(), b = _creator.createEntity(), c = _creator.createEntity();"

@@ -162,6 +162,16 @@ TEST(GraphicsContext, ArcDirectionFollowsTheFlagAndHugeArcsEndAtOnce) {
   BitmapRef circle = ctx->finish();
   EXPECT_TRUE(isOpaqueRed(pixelAt(*circle, 10, 10)));
   EXPECT_FALSE(inked(*circle, 10, 17));
+
+  // A start so far from 0 that a turn later is the same double, or a few radians off.
+  for (double start : {-3.6e16, -1e300}) {
+    auto far = redContext();
+    far->arc(10, 10, 5, start, 0, 1);
+    far->fill();
+    BitmapRef disc = far->finish();
+    EXPECT_TRUE(isOpaqueRed(pixelAt(*disc, 10, 10))) << start;
+    EXPECT_FALSE(inked(*disc, 10, 17)) << start;
+  }
 }
 
 TEST(GraphicsContext, EvenOddLeavesTheInnerSquareEmpty) {

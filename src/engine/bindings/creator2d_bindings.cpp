@@ -151,6 +151,7 @@ void addClipRows(ExportTable& exports) {
 // until then they are absent rather than answering. `pickSprite` closes the table.
 Creator2DHandler::Creator2DHandler(CreatorUIStore& store)
     : ScriptHandler("_creator2d"), creatorUIStore(store) {
+  canvasUploads = {&c2dCreateTextureFromRGBA, &c2dUpdateTextureFromRGBA};
   c2dInitGL();
   addSceneRows(exports_, *this);
   addEntityRows(exports_);

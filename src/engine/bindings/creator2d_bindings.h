@@ -7,10 +7,10 @@
 #include <vector>
 
 #include "engine/bindings/script_handler.h"
+#include "engine/canvas_textures.h"
 
 namespace talvero {
 
-class CreatorCanvasHandler;
 class CreatorUIStore;
 
 // `_creator2d`, the script's door to 2D scenes. It holds no 2D state of its own: each row turns
@@ -41,7 +41,9 @@ class Creator2DHandler : public ScriptHandler {
   void pointer(int32_t phase, float x, float y);
 
   CreatorUIStore& creatorUIStore;
+  // The engine's canvas, not owned; null when there is none.
   CreatorCanvasHandler* canvas = nullptr;
+  CanvasTextureUploads<int32_t> canvasUploads;
   std::string backend = "opengl";
   std::vector<ScriptValue> updateCallbacks;
   std::weak_ptr<ContextState> currentSceneContext;

@@ -8,7 +8,6 @@
 #include "platform/dispatch/timer_source.h"
 #include "scene3d/frame_loop.h"
 #include "scene3d/materials.h"
-#include "scene3d/report.h"
 #include "scene3d/scenes.h"
 #include "scene3d/textures.h"
 #include "scene3d/warm_up.h"
@@ -190,20 +189,14 @@ void addMaterialRows(ExportTable& exports, CreatorGLHandler& handler) {
                        [gl](int64_t buffer, ScriptValue resolve, ScriptValue reject) {
                          gl->createTexture(buffer, std::move(resolve), std::move(reject));
                        }))
-      // Canvas surfaces do not exist in this build; the rows say so once and do nothing.
       .add("createTextureFromCanvas",
-           needsEngine("createTextureFromCanvas",
-                       [](int64_t surface) {
-                         scene3d::reportOnce("createTextureFromCanvas", surface,
-                                             "canvas surfaces are not built in this version");
-                         return 0;
-                       }))
-      .add("updateTextureFromCanvas",
-           needsEngine("updateTextureFromCanvas",
-                       [](uint32_t, int64_t surface) {
-                         scene3d::reportOnce("updateTextureFromCanvas", surface,
-                                             "canvas surfaces are not built in this version");
-                       }))
+           needsEngine(
+               "createTextureFromCanvas",
+               [gl](int64_t surface) { return handleOf(gl->createTextureFromCanvas(surface)); }))
+      .add("updateTextureFromCanvas", needsEngine("updateTextureFromCanvas",
+                                                  [gl](uint32_t texture, int64_t surface) {
+                                                    gl->updateTextureFromCanvas(texture, surface);
+                                                  }))
       .add("setCulling", needsEngine("setCulling", &scene3d::setCulling))
       .add("setReceiveShadows", needsEngine("setReceiveShadows", &scene3d::setReceiveShadows))
       .add("setCastShadows", needsEngine("setCastShadows", &scene3d::setCastShadows))
@@ -268,6 +261,15 @@ CreatorGLHandler::CreatorGLHandler(CreatorUIStore& store)
     : ScriptHandler("_creator"), creatorUIStore(store) {
   warmSteps = {&scene3d::warmScene, &scene3d::warmSceneReady, &dispatch::postAfter};
   cameraProbe = [] { return desktop::hasCaptureCamera(); };
+  // A surface is at least one pixel on a side, so its sizes stay positive as unsigned.
+  canvasUploads = {[](const uint8_t* rgba, int32_t width, int32_t height) {
+                     return scene3d::createTextureFromRGBA(rgba, static_cast<uint32_t>(width),
+                                                           static_cast<uint32_t>(height));
+                   },
+                   [](int64_t texture, const uint8_t* rgba, int32_t width, int32_t height) {
+                     scene3d::updateTextureFromRGBA(texture, rgba, static_cast<uint32_t>(width),
+                                                    static_cast<uint32_t>(height));
+                   }};
   addEngineRows(exports_, *this);
   addSceneRows(exports_, *this);
   addMaterialRows(exports_, *this);

@@ -10,6 +10,7 @@
 
 #include "engine/ar_controller.h"
 #include "engine/bindings/script_handler.h"
+#include "engine/canvas_textures.h"
 
 namespace talvero {
 
@@ -36,6 +37,10 @@ class CreatorGLHandler : public ScriptHandler {
   void captureImage(ScriptValue resolve, ScriptValue reject);
   int64_t createMaterial(int64_t bufferId);
   void createTexture(int64_t bufferId, ScriptValue resolve, ScriptValue reject);
+  // A texture of the surface's pixels; -1 when the canvas is gone, the surface is unknown or
+  // the 3D layer refuses it.
+  int64_t createTextureFromCanvas(int64_t surface);
+  void updateTextureFromCanvas(int64_t texture, int64_t surface);
   void setEarlyUpdate(ScriptValue function);
   void setLateUpdate(ScriptValue function);
   void traverse(uint32_t entity, ScriptValue function);
@@ -65,6 +70,9 @@ class CreatorGLHandler : public ScriptHandler {
   std::function<bool()> cameraProbe;
 
   CreatorUIStore& creatorUIStore;
+  // The engine's canvas, not owned; null when there is none.
+  CreatorCanvasHandler* canvas = nullptr;
+  CanvasTextureUploads<int64_t> canvasUploads;
   std::unordered_map<int64_t, int64_t> materialMap;
   std::map<uint32_t, std::shared_ptr<ARController>> arControllers;
   std::map<uint32_t, std::weak_ptr<ContextState>> arContexts;

@@ -278,6 +278,9 @@ void GraphicsContext::arc(double cx, double cy, double radius, double startAngle
     if (sweep > 0) sweep -= kTurn;
   }
   sweep = std::clamp(sweep, -kTurn, kTurn);
+  // Far from 0 a double cannot tell angles a turn apart, and Cairo halves the sweep between two
+  // such angles for ever; the same arc starts within a turn of 0.
+  startAngle = std::fmod(startAngle, kTurn);
 
   cairo_t* cr = impl_->cr;
   double ux = radius, uy = 0, vx = 0, vy = radius;
