@@ -69,8 +69,11 @@ TalveroEngine::TalveroEngine() {
 }
 
 TalveroEngine::~TalveroEngine() {
-  // The canvas handler goes before the store: image nodes must not reach it meanwhile.
+  // The canvas handler goes before the store and the scene handlers: nothing may reach it
+  // meanwhile.
   creatorUI_->canvasHandler = nullptr;
+  creatorGLHandler_->canvas = nullptr;
+  creator2dHandler_->canvas = nullptr;
   // The display link's posted ticks hold the animation manager; stop them first.
   animationManager_->stopDisplayLink();
   releaseResources(currentContext_);

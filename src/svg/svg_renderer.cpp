@@ -161,6 +161,21 @@ graphics::BitmapRef SVGRenderer::renderToImage(double width, double height, doub
   return context->finish();
 }
 
+std::optional<SVGDrawing> drawParsedSVG(SVGParseResult parsed, std::optional<SVGSize> size,
+                                        double scale, const std::optional<SVGColor>& tint) {
+  auto* document = std::get_if<ParsedSVG>(&parsed);
+  if (!document || !(document->size.width > 0) || !(document->size.height > 0)) {
+    return std::nullopt;
+  }
+  const SVGSize documentSize = document->size;
+  const SVGSize drawn = size.value_or(documentSize);
+  if (!(drawn.width > 0) || !(drawn.height > 0)) return std::nullopt;
+  graphics::BitmapRef bitmap =
+      SVGRenderer(std::move(*document)).renderToImage(drawn.width, drawn.height, scale, tint);
+  if (!bitmap) return std::nullopt;
+  return SVGDrawing{std::move(bitmap), documentSize};
+}
+
 void SVGRenderer::draw(graphics::GraphicsContext& context, double x, double y, double width,
                        double height, const std::optional<SVGColor>& tint) const {
   const double documentWidth = svg_.size.width, documentHeight = svg_.size.height;

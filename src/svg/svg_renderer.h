@@ -5,6 +5,7 @@
 #include "platform/graphics/bitmap.h"
 #include "platform/graphics/graphics_context.h"
 #include "svg/svg_model.h"
+#include "svg/svg_parser.h"
 
 namespace talvero {
 
@@ -29,5 +30,15 @@ class SVGRenderer {
  private:
   ParsedSVG svg_;
 };
+
+struct SVGDrawing {
+  graphics::BitmapRef bitmap;
+  SVGSize documentSize;
+};
+
+// A parsed document drawn at `size` points, or at its own size without one; nothing when it
+// did not parse, its size is not above 0, or it makes no pixels.
+std::optional<SVGDrawing> drawParsedSVG(SVGParseResult parsed, std::optional<SVGSize> size,
+                                        double scale, const std::optional<SVGColor>& tint);
 
 }  // namespace talvero

@@ -1,6 +1,7 @@
 #include "ui/node_image.h"
 
 #include <cmath>
+#include <limits>
 #include <mutex>
 #include <span>
 #include <utility>
@@ -26,13 +27,13 @@ namespace {
 // An array of at least four numbers; anything else is no rectangle.
 std::optional<toolkit::Rect> sourceRectOf(const ScriptValue& value) {
   if (!value.isArray() || !(value.get("length").toDouble() >= 4)) return std::nullopt;
-  float numbers[4];
+  double numbers[4];
   for (uint32_t i = 0; i < 4; ++i) {
     const ScriptValue entry = value.at(i);
     if (!entry.isNumber()) return std::nullopt;
-    numbers[i] = static_cast<float>(entry.toDouble());
+    numbers[i] = entry.toDouble();
   }
-  return toolkit::Rect{{numbers[0], numbers[1]}, {numbers[2], numbers[3]}};
+  return NodeImage::floatRect(numbers[0], numbers[1], numbers[2], numbers[3]);
 }
 
 std::optional<SVGColor> svgColorOf(const std::optional<toolkit::Color>& colour) {
@@ -44,27 +45,24 @@ bool aboveZero(toolkit::Size size) {
   return size.width > 0 && size.height > 0;
 }
 
-struct SVGDrawing {
+struct SVGImage {
   std::shared_ptr<const toolkit::Image> image;
   toolkit::Size documentSize;
 };
 
 // Off the main thread: parses and rasterises copies, touching no node.
-std::optional<SVGDrawing> drawSVG(const std::string& markup,
-                                  const std::optional<toolkit::Size>& renderSize, double scale,
-                                  const std::optional<SVGColor>& tint) {
-  const SVGParseResult parsed = SVGParser::parse(
-      std::span<const uint8_t>(reinterpret_cast<const uint8_t*>(markup.data()), markup.size()));
-  const auto* document = std::get_if<ParsedSVG>(&parsed);
-  if (!document) return std::nullopt;
-  const toolkit::Size documentSize{document->size.width, document->size.height};
-  if (!aboveZero(documentSize)) return std::nullopt;
-  const toolkit::Size size = renderSize.value_or(documentSize);
-  if (!aboveZero(size)) return std::nullopt;
-  graphics::BitmapRef bitmap =
-      SVGRenderer(*document).renderToImage(size.width, size.height, scale, tint);
-  if (!bitmap) return std::nullopt;
-  return SVGDrawing{toolkit::Image::fromBitmap(std::move(bitmap), scale), documentSize};
+std::optional<SVGImage> drawSVG(const std::string& markup,
+                                const std::optional<toolkit::Size>& renderSize, double scale,
+                                const std::optional<SVGColor>& tint) {
+  std::optional<SVGSize> size;
+  if (renderSize) size = SVGSize{renderSize->width, renderSize->height};
+  std::optional<SVGDrawing> drawing =
+      drawParsedSVG(SVGParser::parse(std::span<const uint8_t>(
+                        reinterpret_cast<const uint8_t*>(markup.data()), markup.size())),
+                    size, scale, tint);
+  if (!drawing) return std::nullopt;
+  return SVGImage{toolkit::Image::fromBitmap(std::move(drawing->bitmap), scale),
+                  {drawing->documentSize.width, drawing->documentSize.height}};
 }
 
 // Set by tests on their thread while drawings read it on the background queue.
@@ -81,6 +79,14 @@ void runRenderHook(const std::string& markup) {
 }
 
 }  // namespace
+
+std::optional<toolkit::Rect> NodeImage::floatRect(double x, double y, double width, double height) {
+  for (const double value : {x, y, width, height}) {
+    if (!(std::fabs(value) <= std::numeric_limits<float>::max())) return std::nullopt;
+  }
+  return toolkit::Rect{{static_cast<float>(x), static_cast<float>(y)},
+                       {static_cast<float>(width), static_cast<float>(height)}};
+}
 
 void NodeImage::setBeforeSVGRender(SVGRenderHook hook) {
   std::lock_guard lock(renderHookLock);
@@ -105,7 +111,10 @@ void NodeImage::setSource(const ScriptValue& source) {
     downloadImage(source.toString());
     return;
   }
-  if (!source.isObject()) return;
+  if (!source.isObject()) {
+    dropMarkup();
+    return;
+  }
   if (source.has("svg")) {
     setSVGMarkup(source.get("svg").toStringIfAny().value_or(""), cssColor(source.get("tintColor")));
     return;
@@ -174,9 +183,9 @@ void NodeImage::applyImage() {
   setImage(baseImage_);
 }
 
-void NodeImage::setSourceRect(float x, float y, float width, float height) {
+void NodeImage::setSourceRect(const toolkit::Rect& rect) {
   const std::optional<toolkit::Rect> old = sourceRect_;
-  sourceRect_ = toolkit::Rect{{x, y}, {width, height}};
+  sourceRect_ = rect;
   setImageScaling(toolkit::ImageScaling::AxesIndependently);
   applyImage();
   if (!hasMeasure_) return;
@@ -213,6 +222,8 @@ void NodeImage::setSVGMarkup(std::string markup, std::optional<toolkit::Color> t
   baseImage_.reset();
   svgMarkup_ = std::move(markup);
   svgTint_ = tint;
+  // A drawing carries its own tint; the view's tint is for bitmaps.
+  setContentTintColor(std::nullopt);
   renderSVG();
 }
 
@@ -222,13 +233,14 @@ void NodeImage::renderSVG() {
   const std::optional<toolkit::Size> renderSize =
       aboveZero(bounds) ? std::optional<toolkit::Size>(bounds) : std::nullopt;
   const uint64_t generation = ++svgGeneration_;
+  requestedSVGRenderSize_ = renderSize.value_or(toolkit::Size{});
   const std::optional<SVGColor> tint = svgColorOf(svgTint_);
   const double scale = windowBackingScale().value_or(2.0);
   dispatch::BackgroundQueue::global().post([alive = std::weak_ptr<const bool>(alive_), this,
                                             markup = *svgMarkup_, renderSize, scale, tint,
                                             generation] {
     runRenderHook(markup);
-    std::optional<SVGDrawing> drawing = drawSVG(markup, renderSize, scale, tint);
+    std::optional<SVGImage> drawing = drawSVG(markup, renderSize, scale, tint);
     if (!drawing) return;
     dispatch::post([alive, this, drawing = std::move(*drawing), renderSize, generation] {
       // The node is gone, or a newer drawing has taken over.
@@ -246,7 +258,9 @@ void NodeImage::applyFrame() {
   NodeProtocol::applyFrame();
   if (!svgMarkup_) return;
   const toolkit::Size bounds = this->bounds().size;
-  if (aboveZero(bounds) && bounds != lastSVGRenderSize_) renderSVG();
+  // Against the size last asked for, not the last that landed: a drawing under way, or one
+  // that failed, is not started again at every flush.
+  if (aboveZero(bounds) && bounds != requestedSVGRenderSize_) renderSVG();
 }
 
 void NodeImage::setTintColor(std::optional<toolkit::Color> tint) {

@@ -40,7 +40,9 @@ class NodeImage : public NodeView<toolkit::ImageView>, public NodeTinting {
   // Shows the base image, cropped when there is a source rectangle.
   void applyImage();
   // A crop in the base image's pixels. Moving it costs no layout pass; resizing it does.
-  void setSourceRect(float x, float y, float width, float height);
+  void setSourceRect(const toolkit::Rect& rect);
+  // The rectangle as 32-bit floats, or nothing when a value is not finite or too large for one.
+  static std::optional<toolkit::Rect> floatRect(double x, double y, double width, double height);
   void setSVGMarkup(std::string markup, std::optional<toolkit::Color> tint);
   // Draws the markup off the main thread, at the view's size or, with none, the document's.
   void renderSVG();
@@ -69,6 +71,7 @@ class NodeImage : public NodeView<toolkit::ImageView>, public NodeTinting {
   std::optional<toolkit::Color> svgTint_;
   std::optional<toolkit::Size> svgIntrinsicSize_;
   toolkit::Size lastSVGRenderSize_;
+  toolkit::Size requestedSVGRenderSize_;  // of the latest drawing asked for, landed or not
   uint64_t svgGeneration_ = 0;
   // Late work checks this rather than a weak view: the first source starts in the
   // constructor, before any shared pointer to the node exists. Nodes die on the main thread,

@@ -79,10 +79,10 @@ void updateNode(uint64_t id, const std::string& key, const ScriptValue& value) {
 
 void setSourceRect(uint64_t id, double x, double y, double width, double height) {
   dispatch::post([id, x, y, width, height] {
-    if (auto* image = dynamic_cast<NodeImage*>(CreatorUIStore::getNode(id))) {
-      image->setSourceRect(static_cast<float>(x), static_cast<float>(y), static_cast<float>(width),
-                           static_cast<float>(height));
-    }
+    auto* image = dynamic_cast<NodeImage*>(CreatorUIStore::getNode(id));
+    // A rectangle that no 32-bit float holds is ignored.
+    const std::optional<toolkit::Rect> rect = NodeImage::floatRect(x, y, width, height);
+    if (image && rect) image->setSourceRect(*rect);
   });
 }
 

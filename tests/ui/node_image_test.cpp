@@ -253,7 +253,9 @@ TEST_F(NodeImageTest, SvgIsDrawnAtItsOwnSizeThenAtItsLayoutSizeOnlyOnce) {
   engine.run(
       "var tree = {type: 'screen', children: [{type: 'image', _style: {width: 40, height: 30},"
       " _src: " +
-      svgSource(10, "red") + "}]}; _creatorUI.openScreen(tree);");
+      svgSource(10, "red") +
+      "}, {type: 'image', _style: {width: 40, height: 30}, _src: {svg: '<svg/>'}}]};"
+      " _creatorUI.openScreen(tree);");
   NodeImage& node = image();
   ASSERT_TRUE(dispatch::pumpUntil([&] { return node.image() != nullptr; }, 5));
   EXPECT_EQ(node.svgIntrinsicSize(), (Size{10, 10}));
@@ -272,6 +274,13 @@ TEST_F(NodeImageTest, SvgIsDrawnAtItsOwnSizeThenAtItsLayoutSizeOnlyOnce) {
   const uint64_t generation = node.svgGeneration();
   screen().calculateLayout(400, 300);
   EXPECT_EQ(node.svgGeneration(), generation);
+
+  // Nor again and again for markup that never draws.
+  const uint64_t failed = image(1).svgGeneration();
+  testing::drainMainQueue();
+  screen().calculateLayout(400, 300);
+  EXPECT_EQ(image(1).svgGeneration(), failed);
+  EXPECT_FALSE(image(1).image());
 }
 
 TEST_F(NodeImageTest, MeasuresTheImageScaledDownToTheBoxButNeverUp) {
@@ -316,8 +325,11 @@ TEST_F(NodeImageTest, BufferSourcesThatAreMissingOrNoImageChangeNothing) {
 TEST_F(NodeImageTest, SourceRectNeedsFourNumbersAndStretchesTheCrop) {
   const std::string sheet = halvesPng(20, 10, 0xff0000, 0x0000ff);
   openImages("{type: 'image', _sourceRect: [0, 0, 10], _src: " + bufferSource(sheet) +
-             "}, {type: 'image', _sourceRect: [10, 0, 10, 10], _src: " + bufferSource(sheet) + "}");
+             "}, {type: 'image', _sourceRect: [10, 0, 10, 10], _src: " + bufferSource(sheet) +
+             "}, {type: 'image', _sourceRect: [0, 0, NaN, 1e300], _src: " + bufferSource(sheet) +
+             "}");
   EXPECT_FALSE(image(0).sourceRect());
+  EXPECT_FALSE(image(2).sourceRect());
   EXPECT_EQ(image(0).imageScaling(), ImageScaling::ProportionallyUpOrDown);
   EXPECT_EQ(image(0).image()->width(), 20);
   ASSERT_TRUE(image(1).sourceRect());
@@ -343,14 +355,21 @@ TEST_F(NodeImageTest, MovingTheCropNeedsNoLayoutPassButResizingItDoes) {
   EXPECT_FALSE(screen().flushScheduled);
   EXPECT_FALSE(YGNodeIsDirty(node.nodePtr()));
 
-  node.setSourceRect(0, 0, 20, 10);
+  // A rectangle no float holds is ignored.
+  engine.run("_creatorUI.setSourceRect(tree.children[0]._id, NaN, 0, 1e300, 10);");
+  testing::drainMainQueue();
+  EXPECT_EQ(node.sourceRect()->x(), 10);
+
+  node.setSourceRect({{0, 0}, {20, 10}});
   EXPECT_TRUE(YGNodeIsDirty(node.nodePtr()));
   EXPECT_TRUE(screen().flushScheduled);
   settle();
   EXPECT_EQ(node.frame().size, (Size{20, 10}));
   // A crop that misses the image shows it whole.
-  node.setSourceRect(50, 50, 4, 4);
+  node.setSourceRect({{50, 50}, {4, 4}});
   EXPECT_EQ(node.image(), node.baseImage());
+  node.setSourceRect({{-3e9f, 0}, {6e9f, 4}});  // far outside any int: the whole width
+  EXPECT_EQ(node.image()->width(), 20);
 }
 
 TEST_F(NodeImageTest, ObjectFitScalesTheImageInsideTheView) {

@@ -36,11 +36,9 @@ std::vector<std::string> readStrings(const ScriptValue& strings) {
 graphics::BitmapRef renderSvgText(const ScriptValue& text) {
   const auto units = text.toUTF16IfAny();
   if (!units) return nullptr;
-  const SVGParseResult parsed = SVGParser::parse(std::u16string_view(*units));
-  const auto* document = std::get_if<ParsedSVG>(&parsed);
-  if (!document || !(document->size.width > 0) || !(document->size.height > 0)) return nullptr;
-  return SVGRenderer(*document).renderToImage(document->size.width, document->size.height, 1,
-                                              std::nullopt);
+  auto drawing =
+      drawParsedSVG(SVGParser::parse(std::u16string_view(*units)), std::nullopt, 1, std::nullopt);
+  return drawing ? std::move(drawing->bitmap) : nullptr;
 }
 
 void callIfFunction(const ScriptValue& fn, const std::vector<NativeValue>& args = {}) {

@@ -4,6 +4,7 @@
 #include <gtk/gtk.h>
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 #include "platform/graphics/image_codecs.h"
@@ -125,29 +126,26 @@ std::vector<uint8_t> Image::rgba() const {
 }
 
 std::shared_ptr<const Image> Image::crop(const Rect& rect) const {
-  const int left = std::clamp(static_cast<int>(rect.x()), 0, width_);
-  const int top = std::clamp(static_cast<int>(rect.y()), 0, height_);
-  const int right = std::clamp(static_cast<int>(rect.x() + rect.width()), left, width_);
-  const int bottom = std::clamp(static_cast<int>(rect.y() + rect.height()), top, height_);
+  const double x = rect.x(), y = rect.y(), w = rect.width(), h = rect.height();
+  if (!std::isfinite(x) || !std::isfinite(y) || !std::isfinite(w) || !std::isfinite(h)) {
+    return nullptr;
+  }
+  // Clamped while still doubles: a script's rectangle may lie far outside any int.
+  auto edge = [](double value, int low, int high) {
+    return static_cast<int>(std::clamp(std::floor(value), double(low), double(high)));
+  };
+  const int left = edge(x, 0, width_), top = edge(y, 0, height_);
+  const int right = edge(x + w, left, width_), bottom = edge(y + h, top, height_);
   if (right <= left || bottom <= top) return nullptr;
-  if (memory_.bytes) {
-    // A window onto the same pixels: moving a crop over a sprite sheet copies nothing.
-    const size_t offset = static_cast<size_t>(top) * memory_.stride +
-                          static_cast<size_t>(left) * memory_.bytesPerPixel;
-    const size_t length = spanOf(bottom - top, memory_.stride,
-                                 static_cast<size_t>(right - left) * memory_.bytesPerPixel);
-    GBytes* part = g_bytes_new_from_bytes(static_cast<GBytes*>(memory_.bytes), offset, length);
-    Memory window = memory_;
-    window.bytes = part;
-    return fromMemory(right - left, bottom - top, window, 1);
-  }
-  const std::vector<uint8_t> all = rgba();
-  std::vector<uint8_t> part(static_cast<size_t>(right - left) * (bottom - top) * 4);
-  for (int y = top; y < bottom; ++y) {
-    std::copy_n(all.begin() + (static_cast<size_t>(y) * width_ + left) * 4, (right - left) * 4,
-                part.begin() + static_cast<size_t>(y - top) * (right - left) * 4);
-  }
-  return fromRGBA(right - left, bottom - top, part.data());
+  // A window onto the same pixels: moving a crop over a sprite sheet copies nothing.
+  const size_t offset =
+      static_cast<size_t>(top) * memory_.stride + static_cast<size_t>(left) * memory_.bytesPerPixel;
+  const size_t length = spanOf(bottom - top, memory_.stride,
+                               static_cast<size_t>(right - left) * memory_.bytesPerPixel);
+  GBytes* part = g_bytes_new_from_bytes(static_cast<GBytes*>(memory_.bytes), offset, length);
+  Memory window = memory_;
+  window.bytes = part;
+  return fromMemory(right - left, bottom - top, window, 1);
 }
 
 }  // namespace talvero::toolkit
