@@ -89,7 +89,7 @@ struct GraphicsContext::Impl {
   // Drawing into a Cairo context of someone else's, which gets its state and the path it was
   // building back at the end.
   bool borrowed = false;
-  cairo_path_t* ownersPath = nullptr;
+  std::unique_ptr<PathAside> ownersPath;
 
   ~Impl() {
     releaseContext();
@@ -101,9 +101,7 @@ struct GraphicsContext::Impl {
     if (borrowed) {
       // Saves left open, then the one made when the context was taken.
       for (size_t i = 0; i <= saved.size(); ++i) cairo_restore(cr);
-      cairo_new_path(cr);
-      if (ownersPath->status == CAIRO_STATUS_SUCCESS) cairo_append_path(cr, ownersPath);
-      cairo_path_destroy(ownersPath);
+      ownersPath.reset();
     }
     cairo_destroy(cr);
     cr = nullptr;
@@ -177,8 +175,7 @@ std::unique_ptr<GraphicsContext> GraphicsContext::drawingInto(const NativeTarget
   impl->cr = cairo_reference(target.cr);
   impl->borrowed = true;
   cairo_save(impl->cr);
-  impl->ownersPath = cairo_copy_path(impl->cr);
-  cairo_new_path(impl->cr);
+  impl->ownersPath = std::make_unique<PathAside>(impl->cr);
   cairo_set_line_width(impl->cr, 1);
   return std::unique_ptr<GraphicsContext>(new GraphicsContext(std::move(impl)));
 }
