@@ -28,6 +28,7 @@
 #include <string>
 #include <vector>
 
+#include "bench_clock.h"
 #include "engine/engine.h"
 #include "platform/dispatch/main_queue.h"
 #include "platform/toolkit/image_view.h"
@@ -38,18 +39,10 @@
 
 namespace {
 
+using talvero::bench::median;
+using talvero::bench::threadSeconds;
+
 using namespace talvero;
-
-double threadSeconds() {
-  timespec now{};
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-  return double(now.tv_sec) + now.tv_nsec * 1e-9;
-}
-
-double median(std::vector<double> values) {
-  std::sort(values.begin(), values.end());
-  return values.empty() ? 0 : values[values.size() / 2];
-}
 
 struct Pair {
   double ours = 0, reference = 0;

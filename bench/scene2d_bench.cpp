@@ -18,6 +18,7 @@
 #include <string>
 #include <vector>
 
+#include "bench_clock.h"
 #include "engine/engine.h"
 #include "platform/gpu/gfx.h"
 #include "platform/toolkit/window.h"
@@ -25,6 +26,9 @@
 #include "scene2d/scene2d.h"
 
 namespace {
+
+using talvero::bench::median;
+using talvero::bench::threadSeconds;
 
 using namespace talvero;
 using scene2d::V2D;
@@ -36,17 +40,6 @@ constexpr int kHeight = 600;
 constexpr int kWarmUp = 60;
 constexpr int kMeasured = 300;
 constexpr double kFrameMs = 16;
-
-double threadSeconds() {
-  timespec now{};
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-  return double(now.tv_sec) + now.tv_nsec * 1e-9;
-}
-
-double median(std::vector<double> values) {
-  std::sort(values.begin(), values.end());
-  return values.empty() ? 0 : values[values.size() / 2];
-}
 
 // The motion both paths make: each sprite circles its own home, a tenth of them also turn.
 struct Motion {

@@ -43,6 +43,7 @@
 #include <thread>
 #include <vector>
 
+#include "bench_clock.h"
 #include "engine/engine.h"
 #include "platform/dispatch/main_queue.h"
 #include "platform/script/jsc_glue.h"
@@ -54,6 +55,8 @@
 #include "viewer/creator_gl_view.h"
 
 namespace {
+
+using talvero::bench::median;
 
 using namespace talvero;
 using Clock = std::chrono::steady_clock;
@@ -71,11 +74,6 @@ constexpr int kFirstFrameRepeats = 5;
 
 double msSince(Clock::time_point start) {
   return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
-}
-
-double median(std::vector<double> values) {
-  std::sort(values.begin(), values.end());
-  return values[values.size() / 2];
 }
 
 std::vector<uint8_t> readFile(const std::string& path) {
