@@ -1,10 +1,11 @@
 #include <yoga/Yoga.h>
 
+#include <atomic>
 #include <cmath>
-#include <condition_variable>
+#include <future>
 #include <memory>
-#include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "image_encoding.h"
@@ -19,8 +20,6 @@
 namespace talvero {
 namespace {
 
-using testing::MeasuredSize;
-using testing::unpacked;
 using toolkit::ImageScaling;
 using toolkit::Size;
 
@@ -50,7 +49,7 @@ std::string svgSource(int side, const std::string& fill, const std::string& extr
          "'><rect width='" + s + "' height='" + s + "' fill='" + fill + "'/></svg>\"" + extra + "}";
 }
 
-// "red", "blue", "white", "clear", or the channels, of straight RGBA pixels.
+// "red", "blue", "green", "white", "clear", or the channels, of straight RGBA pixels.
 std::string colourName(const uint8_t* p) {
   const auto near = [&](int r, int g, int b) {
     return std::abs(p[0] - r) < 16 && std::abs(p[1] - g) < 16 && std::abs(p[2] - b) < 16 &&
@@ -74,21 +73,22 @@ std::string shownColour(const NodeImage& node) {
       &rgba[(static_cast<size_t>(image->height() / 2) * image->width() + image->width() / 2) * 4]);
 }
 
-MeasuredSize measureIn(NodeImage& node, float width, float height) {
-  return unpacked(node.measure(width, YGMeasureModeAtMost, height, YGMeasureModeAtMost));
+Size measureIn(NodeImage& node, float width, float height) {
+  const auto size =
+      testing::unpacked(node.measure(width, YGMeasureModeAtMost, height, YGMeasureModeAtMost));
+  return {size.width, size.height};
 }
 
 // Holds every SVG drawing whose markup contains `marker` on its background thread until
 // released; the hook is taken away again, releasing what is held, when the guard goes.
 class HeldSVGDrawings {
  public:
-  explicit HeldSVGDrawings(std::string marker) : state_(std::make_shared<State>()) {
-    NodeImage::setBeforeSVGRender([state = state_, marker](const std::string& markup) {
+  explicit HeldSVGDrawings(const std::string& marker) {
+    NodeImage::setBeforeSVGRender([held = held_, released = released_.get_future().share(),
+                                   marker](const std::string& markup) {
       if (markup.find(marker) == std::string::npos) return;
-      std::unique_lock lock(state->mutex);
-      ++state->held;
-      state->changed.notify_all();
-      state->changed.wait(lock, [&] { return state->released; });
+      ++*held;
+      released.wait();
     });
   }
   ~HeldSVGDrawings() {
@@ -96,27 +96,16 @@ class HeldSVGDrawings {
     NodeImage::setBeforeSVGRender(nullptr);
   }
   void release() {
-    std::lock_guard lock(state_->mutex);
-    state_->released = true;
-    state_->changed.notify_all();
+    if (!std::exchange(releasedYet_, true)) released_.set_value();
   }
   bool waitUntilHeld() {
-    return dispatch::pumpUntil(
-        [&] {
-          std::lock_guard lock(state_->mutex);
-          return state_->held > 0;
-        },
-        5);
+    return dispatch::pumpUntil([&] { return *held_ > 0; }, 5);
   }
 
  private:
-  struct State {
-    std::mutex mutex;
-    std::condition_variable changed;
-    int held = 0;
-    bool released = false;
-  };
-  std::shared_ptr<State> state_;
+  std::shared_ptr<std::atomic<int>> held_ = std::make_shared<std::atomic<int>>(0);
+  std::promise<void> released_;
+  bool releasedYet_ = false;
 };
 
 class NodeImageTest : public testing::UIEngineTest {
@@ -131,9 +120,13 @@ class NodeImageTest : public testing::UIEngineTest {
   NodeImage& image(int index = 0) {
     return nodeAt<NodeImage>("tree.children[" + std::to_string(index) + "]");
   }
+  // Calls `_creatorUI.<call>(id of child `index`, <arguments>)`.
+  void run(int index, const std::string& call, const std::string& arguments) {
+    engine.run("_creatorUI." + call + "(tree.children[" + std::to_string(index) + "]._id, " +
+               arguments + ");");
+  }
   void setSource(int index, const std::string& source) {
-    engine.run("_creatorUI.updateNode(tree.children[" + std::to_string(index) + "]._id, 'src', " +
-               source + ");");
+    run(index, "updateNode", "'src', " + source);
   }
   // An expression for a buffer source holding `bytes`.
   std::string bufferSource(const std::string& bytes) {
@@ -143,6 +136,17 @@ class NodeImageTest : public testing::UIEngineTest {
   }
   bool waitForColour(int index, const std::string& colour) {
     return dispatch::pumpUntil([&] { return shownColour(image(index)) == colour; }, 5);
+  }
+  // Pauses requests for `path`, leaving them in `held` until `answer`.
+  void holdRequests(const std::string& path, SoupServerMessage*& held) {
+    server.on(path, [&held](SoupServerMessage* message) {
+      held = message;
+      soup_server_message_pause(message);
+    });
+  }
+  static void answer(SoupServerMessage* held, const std::string& body) {
+    testing::respond(held, 200, body);
+    soup_server_message_unpause(held);
   }
   // What the screen shows at a point of the first image node.
   std::string pixelAt(int x, int y) {
@@ -155,67 +159,45 @@ class NodeImageTest : public testing::UIEngineTest {
   testing::HttpTestServer server;
 };
 
-TEST_F(NodeImageTest, StartsLayerBackedClippedAndProportionalAndMeasuresNothingWithoutAnImage) {
-  openImages("{type: 'image'}");
-  EXPECT_TRUE(image().layer().masksToBounds());
-  EXPECT_EQ(image().imageScaling(), ImageScaling::ProportionallyUpOrDown);
-  EXPECT_TRUE(image().hasMeasure());
-  EXPECT_EQ(image().frame().size, (Size{0, 0}));
-  const MeasuredSize none = measureIn(image(), 400, 400);
-  EXPECT_EQ(none.width, 0);
-  EXPECT_EQ(none.height, 0);
-}
-
-TEST_F(NodeImageTest, UrlImageArrivesLateMovesTheLayoutAndSparesARemovedNode) {
+TEST_F(NodeImageTest, UrlImagesArriveLateSpareARemovedNodeAndTheLastToFinishWins) {
   const std::string red = solidPng(100, 50, 0xff0000);
-  SoupServerMessage* held = nullptr;
+  SoupServerMessage *removed = nullptr, *slow = nullptr;
   server.on("/a.png", [&](SoupServerMessage* message) { testing::respond(message, 200, red); });
-  server.on("/held.png", [&](SoupServerMessage* message) {
-    held = message;
-    soup_server_message_pause(message);
+  server.on("/fast", [&](SoupServerMessage* message) {
+    testing::respond(message, 200, solidPng(8, 8, 0x0000ff));
   });
-  openImages("{type: 'image', _src: '" + server.url("/a.png") + "'}, {type: 'image', _src: '" +
-             server.url("/held.png") + "'}");
-  const std::shared_ptr<toolkit::View> gone = image(1).viewPtr();
-  ASSERT_TRUE(dispatch::pumpUntil([&] { return held != nullptr; }, 5));
-  engine.run("_creatorUI.removeNode(tree._id, tree.children[1]);");
+  server.on("/junk", [&](SoupServerMessage* message) { testing::respond(message, 200, "<svg/>"); });
+  holdRequests("/removed.png", removed);
+  holdRequests("/slow", slow);
+  openImages("{type: 'image', _src: '" + server.url("/a.png") +
+             "'}, {type: 'image', _style: {width: 20, height: 20}}, {type: 'image', _src: '" +
+             server.url("/removed.png") + "'}");
+  EXPECT_TRUE(image().layer().masksToBounds());
+  const std::shared_ptr<toolkit::View> gone = image(2).viewPtr();
+  ASSERT_TRUE(dispatch::pumpUntil([&] { return removed != nullptr; }, 5));
+  engine.run("_creatorUI.removeNode(tree._id, tree.children[2]);");
 
   // Measured at 0 by 0 before it came, the node takes the image's size once it is there.
   ASSERT_TRUE(waitForColour(0, "red"));
   ASSERT_TRUE(dispatch::pumpUntil([&] { return image().frame().size == Size{100, 50}; }, 5));
-  EXPECT_EQ(image().baseImage()->width(), 100);
+  answer(removed, red);  // before more requests: the session has few connections to a host
 
-  testing::respond(held, 200, red);
-  soup_server_message_unpause(held);
+  // Of two downloads for one node, the one that finishes last is shown.
+  setSource(1, "'" + server.url("/slow") + "'");
+  ASSERT_TRUE(dispatch::pumpUntil([&] { return slow != nullptr; }, 5));
+  setSource(1, "'" + server.url("/fast") + "'");
+  ASSERT_TRUE(waitForColour(1, "blue"));
+  answer(slow, red);
+  ASSERT_TRUE(waitForColour(1, "red"));
+  // Bytes that are no raster image leave the node as it was.
+  setSource(1, "'" + server.url("/junk") + "'");
+  dispatch::pumpUntil([&] { return server.received.size() == 5; }, 5);
   dispatch::pumpFor(0.3);
+  EXPECT_EQ(shownColour(image(1)), "red");
   auto* goneImage = dynamic_cast<NodeImage*>(gone.get());
   ASSERT_NE(goneImage, nullptr);
   EXPECT_EQ(goneImage->image(), nullptr);
   EXPECT_EQ(goneImage->baseImage(), nullptr);
-}
-
-TEST_F(NodeImageTest, OfTwoDownloadsTheLastToFinishWins) {
-  SoupServerMessage* held = nullptr;
-  server.on("/slow", [&](SoupServerMessage* message) {
-    held = message;
-    soup_server_message_pause(message);
-  });
-  const std::string blue = solidPng(8, 8, 0x0000ff), red = solidPng(8, 8, 0xff0000);
-  server.on("/fast", [&](SoupServerMessage* message) { testing::respond(message, 200, blue); });
-  server.on("/junk", [&](SoupServerMessage* message) { testing::respond(message, 200, "<svg/>"); });
-  openImages("{type: 'image', _style: {width: 20, height: 20}}");
-  setSource(0, "'" + server.url("/slow") + "'");
-  ASSERT_TRUE(dispatch::pumpUntil([&] { return held != nullptr; }, 5));
-  setSource(0, "'" + server.url("/fast") + "'");
-  ASSERT_TRUE(waitForColour(0, "blue"));
-  testing::respond(held, 200, red);
-  soup_server_message_unpause(held);
-  ASSERT_TRUE(waitForColour(0, "red"));
-  // Bytes that are no raster image leave the node as it was.
-  setSource(0, "'" + server.url("/junk") + "'");
-  dispatch::pumpUntil([&] { return server.received.size() == 3; }, 5);
-  dispatch::pumpFor(0.2);
-  EXPECT_EQ(shownColour(image()), "red");
 }
 
 TEST_F(NodeImageTest, TwoQuickSvgSourcesShowTheSecondWhicheverDrawingEndsFirst) {
@@ -251,8 +233,8 @@ TEST_F(NodeImageTest, TwoQuickSvgSourcesShowTheSecondWhicheverDrawingEndsFirst) 
 TEST_F(NodeImageTest, SvgIsDrawnAtItsOwnSizeThenAtItsLayoutSizeOnlyOnce) {
   // No layout yet: the view has no size when the source arrives.
   engine.run(
-      "var tree = {type: 'screen', children: [{type: 'image', _style: {width: 40, height: 30},"
-      " _src: " +
+      "var tree = {type: 'screen', children: [{type: 'image', _style: {width: 40, height: "
+      "30}, _src: " +
       svgSource(10, "red") +
       "}, {type: 'image', _style: {width: 40, height: 30}, _src: {svg: '<svg/>'}}]};"
       " _creatorUI.openScreen(tree);");
@@ -267,97 +249,110 @@ TEST_F(NodeImageTest, SvgIsDrawnAtItsOwnSizeThenAtItsLayoutSizeOnlyOnce) {
   ASSERT_TRUE(dispatch::pumpUntil([&] { return node.lastSVGRenderSize() == Size{40, 30}; }, 5));
   EXPECT_EQ(node.image()->width(), 80);
   EXPECT_EQ(node.image()->height(), 60);
-  EXPECT_EQ(node.svgIntrinsicSize(), (Size{10, 10}));
   EXPECT_EQ(shownColour(node), "red");
 
-  // Another layout pass at the same size draws nothing new.
-  const uint64_t generation = node.svgGeneration();
+  // Another layout pass at the same size draws nothing new, and markup that never draws is
+  // not asked again either.
+  const uint64_t drawn = node.svgGeneration(), failed = image(1).svgGeneration();
+  settle();
   screen().calculateLayout(400, 300);
-  EXPECT_EQ(node.svgGeneration(), generation);
-
-  // Nor again and again for markup that never draws.
-  const uint64_t failed = image(1).svgGeneration();
-  testing::drainMainQueue();
-  screen().calculateLayout(400, 300);
+  EXPECT_EQ(node.svgGeneration(), drawn);
   EXPECT_EQ(image(1).svgGeneration(), failed);
   EXPECT_FALSE(image(1).image());
 }
 
-TEST_F(NodeImageTest, MeasuresTheImageScaledDownToTheBoxButNeverUp) {
-  openImages("{type: 'image'}");
+TEST_F(NodeImageTest, MeasuresBitmapsScaledDownButNeverUpAndSurfacesInPoints) {
+  engine.run(
+      "var surface = _creatorCanvas.rasterize(0, 100, 50, 2,"
+      " new Float32Array([6, 0, 25, 0, 0, 100, 50]), 7, ['blue']);");
+  openImages("{type: 'image'}, {type: 'image', _src: {canvasSurface: surface}}");
   NodeImage& node = image();
+  EXPECT_EQ(measureIn(node, 400, 400), (Size{0, 0}));
+
   setSource(0, bufferSource(solidPng(100, 50, 0xff0000)));
   settle();
   ASSERT_TRUE(node.baseImage());
-  const MeasuredSize small = measureIn(node, 40, 40);
-  EXPECT_EQ(small.width, 40);
-  EXPECT_EQ(small.height, 20);
-  const MeasuredSize large = measureIn(node, 400, 400);
-  EXPECT_EQ(large.width, 100);
-  EXPECT_EQ(large.height, 50);
+  EXPECT_EQ(measureIn(node, 40, 40), (Size{40, 20}));
+  EXPECT_EQ(measureIn(node, 400, 400), (Size{100, 50}));
   // A NaN side sets no limit on its axis; the other still does.
-  const MeasuredSize freeWidth = measureIn(node, NAN, 25);
-  EXPECT_EQ(freeWidth.width, 50);
-  EXPECT_EQ(freeWidth.height, 25);
-  const MeasuredSize free = measureIn(node, NAN, NAN);
-  EXPECT_EQ(free.width, 100);
-  EXPECT_EQ(free.height, 50);
-  const MeasuredSize zero = measureIn(node, 0, 400);
-  EXPECT_EQ(zero.width, 0);
-  EXPECT_EQ(zero.height, 0);
-  // The layout core took the image's own size.
-  EXPECT_EQ(node.frame().size, (Size{100, 50}));
+  EXPECT_EQ(measureIn(node, NAN, 25), (Size{50, 25}));
+  EXPECT_EQ(measureIn(node, NAN, NAN), (Size{100, 50}));
+  EXPECT_EQ(measureIn(node, 0, 400), (Size{0, 0}));
+  EXPECT_EQ(node.frame().size, (Size{100, 50}));  // the layout core took the image's own size
+
+  // A surface drawn at scale 2 has twice the pixels but measures in points.
+  NodeImage& surface = image(1);
+  ASSERT_TRUE(surface.baseImage());
+  EXPECT_EQ(surface.baseImage()->width(), 200);
+  EXPECT_EQ(measureIn(surface, 400, 400), (Size{100, 50}));
+  EXPECT_EQ(shownColour(surface), "blue");
 }
 
-TEST_F(NodeImageTest, BufferSourcesThatAreMissingOrNoImageChangeNothing) {
-  openImages("{type: 'image'}");
-  setSource(0, bufferSource(solidPng(4, 4, 0x0000ff)));
-  settle();
-  ASSERT_EQ(shownColour(image()), "blue");
+TEST_F(NodeImageTest, TintAndSourcesThatAreMissingOrNoImage) {
+  openImages("{type: 'image', _style: {width: 20, height: 20}, _src: " +
+             svgSource(10, "red", ", tintColor: '#0000ff'") +
+             "}, {type: 'image', _src: " + bufferSource(solidPng(4, 4, 0xff0000)) + "}");
+
+  // Tint redraws markup, but only tints a bitmap.
+  EXPECT_EQ(image(0).svgTint(), (toolkit::Color{0, 0, 1, 1}));
+  ASSERT_TRUE(waitForColour(0, "blue"));
+  const uint64_t generation = image(0).svgGeneration();
+  run(0, "updateStyle", "'tintColor', '#ff0000'");
+  EXPECT_GT(image(0).svgGeneration(), generation);
+  ASSERT_TRUE(waitForColour(0, "red"));
+  EXPECT_FALSE(image(0).contentTintColor());
+  run(1, "updateStyle", "'tintColor', '#0000ff'");
+  EXPECT_EQ(image(1).contentTintColor(), (toolkit::Color{0, 0, 1, 1}));
+  EXPECT_EQ(shownColour(image(1)), "red");  // the image itself is untouched
+  EXPECT_FALSE(image(1).svgMarkup());
+
+  // A missing buffer, and SVG bytes in a buffer, silently change nothing.
   ::testing::internal::CaptureStdout();
-  setSource(0, "{_id: 987654}");
-  setSource(0, bufferSource("<svg xmlns='http://www.w3.org/2000/svg' width='4' height='4'/>"));
+  setSource(1, "{_id: 987654}");
+  setSource(1, bufferSource("<svg xmlns='http://www.w3.org/2000/svg' width='4' height='4'/>"));
   settle();
   EXPECT_EQ(::testing::internal::GetCapturedStdout(), "");
-  EXPECT_EQ(shownColour(image()), "blue");
+  EXPECT_EQ(shownColour(image(1)), "red");
+
+  // A missing canvas surface: one line, the image kept, the markup dropped.
+  ::testing::internal::CaptureStdout();
+  setSource(0, "{canvasSurface: 4242}");
+  settle();
+  EXPECT_EQ(::testing::internal::GetCapturedStdout(),
+            "Error loading image: canvas surface 4242 not found\n");
+  EXPECT_FALSE(image(0).svgMarkup());
+  EXPECT_EQ(shownColour(image(0)), "red");
 }
 
-TEST_F(NodeImageTest, SourceRectNeedsFourNumbersAndStretchesTheCrop) {
+TEST_F(NodeImageTest, SourceRectOfFourFiniteNumbersCropsAndOnlyAResizeRelayouts) {
   const std::string sheet = halvesPng(20, 10, 0xff0000, 0x0000ff);
   openImages("{type: 'image', _sourceRect: [0, 0, 10], _src: " + bufferSource(sheet) +
-             "}, {type: 'image', _sourceRect: [10, 0, 10, 10], _src: " + bufferSource(sheet) +
              "}, {type: 'image', _sourceRect: [0, 0, NaN, 1e300], _src: " + bufferSource(sheet) +
-             "}");
-  EXPECT_FALSE(image(0).sourceRect());
-  EXPECT_FALSE(image(2).sourceRect());
-  EXPECT_EQ(image(0).imageScaling(), ImageScaling::ProportionallyUpOrDown);
-  EXPECT_EQ(image(0).image()->width(), 20);
-  ASSERT_TRUE(image(1).sourceRect());
-  EXPECT_EQ(image(1).imageScaling(), ImageScaling::AxesIndependently);
-  EXPECT_EQ(image(1).image()->width(), 10);
-  EXPECT_EQ(shownColour(image(1)), "blue");
+             "}, {type: 'image', _sourceRect: [0, 0, 10, 10], _src: " + bufferSource(sheet) + "}");
   settle();
-  EXPECT_EQ(image(1).frame().size, (Size{10, 10}));  // measured by the crop
-}
-
-TEST_F(NodeImageTest, MovingTheCropNeedsNoLayoutPassButResizingItDoes) {
-  const std::string sheet = halvesPng(20, 10, 0xff0000, 0x0000ff);
-  openImages("{type: 'image', _sourceRect: [0, 0, 10, 10], _src: " + bufferSource(sheet) + "}");
-  settle();
-  NodeImage& node = image();
-  ASSERT_EQ(shownColour(node), "red");
+  for (int index : {0, 1}) {
+    EXPECT_FALSE(image(index).sourceRect()) << index;
+    EXPECT_EQ(image(index).imageScaling(), ImageScaling::ProportionallyUpOrDown) << index;
+    EXPECT_EQ(image(index).image()->width(), 20) << index;
+  }
+  NodeImage& node = image(2);
+  ASSERT_TRUE(node.sourceRect());
+  EXPECT_EQ(node.imageScaling(), ImageScaling::AxesIndependently);
+  EXPECT_EQ(node.image()->width(), 10);
+  EXPECT_EQ(shownColour(node), "red");
+  EXPECT_EQ(node.frame().size, (Size{10, 10}));  // measured by the crop
   ASSERT_FALSE(screen().flushScheduled);
 
-  // Queued: the row lands on a later turn of the main queue.
-  engine.run("_creatorUI.setSourceRect(tree.children[0]._id, 10, 0, 10, 10);");
+  // Moved, not resized: queued for a later turn of the main queue, and no layout pass.
+  run(2, "setSourceRect", "10, 0, 10, 10");
   EXPECT_EQ(node.sourceRect()->x(), 0);
   ASSERT_TRUE(dispatch::pumpUntil([&] { return shownColour(node) == "blue"; }, 5));
   EXPECT_FALSE(screen().flushScheduled);
   EXPECT_FALSE(YGNodeIsDirty(node.nodePtr()));
 
   // A rectangle no float holds is ignored.
-  engine.run("_creatorUI.setSourceRect(tree.children[0]._id, NaN, 0, 1e300, 10);");
-  testing::drainMainQueue();
+  run(2, "setSourceRect", "NaN, 0, 1e300, 10");
+  settle();
   EXPECT_EQ(node.sourceRect()->x(), 10);
 
   node.setSourceRect({{0, 0}, {20, 10}});
@@ -378,86 +373,28 @@ TEST_F(NodeImageTest, ObjectFitScalesTheImageInsideTheView) {
   // Proportional up or down by default: 40 by 20 across the middle.
   EXPECT_EQ(pixelAt(20, 5), "white");
   EXPECT_EQ(pixelAt(2, 20), "red");
-  engine.run("_creatorUI.updateStyle(tree.children[0]._id, 'objectFit', 'contain');");
+  run(0, "updateStyle", "'objectFit', 'contain'");
   EXPECT_EQ(pixelAt(5, 20), "white");  // shrunk only: 20 by 10 in the middle
   EXPECT_EQ(pixelAt(20, 20), "red");
-  engine.run("_creatorUI.updateStyle(tree.children[0]._id, 'objectFit', 'fill');");
+  run(0, "updateStyle", "'objectFit', 'fill'");
   EXPECT_EQ(pixelAt(2, 2), "red");
   EXPECT_EQ(pixelAt(37, 37), "red");
-  engine.run("_creatorUI.updateStyle(tree.children[0]._id, 'objectFit', 'none');");
+  run(0, "updateStyle", "'objectFit', 'none'");
   EXPECT_EQ(image().imageScaling(), ImageScaling::AxesIndependently);
-  engine.run("_creatorUI.updateStyle(tree.children[0]._id, 'objectFit', 'cover');");
+  run(0, "updateStyle", "'objectFit', 'cover'");
   EXPECT_EQ(pixelAt(20, 5), "white");
 }
 
-TEST_F(NodeImageTest, MissingCanvasSurfacePrintsOneLineKeepsTheImageAndDropsTheMarkup) {
-  openImages("{type: 'image', _style: {width: 20, height: 20}, _src: " + svgSource(10, "red") +
-             "}");
-  ASSERT_TRUE(waitForColour(0, "red"));
-  ::testing::internal::CaptureStdout();
-  setSource(0, "{canvasSurface: 4242}");
-  settle();
-  EXPECT_EQ(::testing::internal::GetCapturedStdout(),
-            "Error loading image: canvas surface 4242 not found\n");
-  EXPECT_FALSE(image().svgMarkup());
-  EXPECT_EQ(shownColour(image()), "red");
-}
+class CssColorTest : public testing::UIEngineTest {};
 
-TEST_F(NodeImageTest, CanvasSurfaceAtScaleTwoIsMeasuredInPoints) {
-  engine.run(
-      "var surface = _creatorCanvas.rasterize(0, 100, 50, 2,"
-      " new Float32Array([6, 0, 25, 0, 0, 100, 50]), 7, ['blue']);");
-  openImages("{type: 'image', _src: {canvasSurface: surface}}");
-  NodeImage& node = image();
-  ASSERT_TRUE(node.baseImage());
-  EXPECT_EQ(node.baseImage()->width(), 200);
-  EXPECT_EQ(node.baseImage()->height(), 100);
-  const MeasuredSize size = measureIn(node, 400, 400);
-  EXPECT_EQ(size.width, 100);
-  EXPECT_EQ(size.height, 50);
-  EXPECT_EQ(shownColour(node), "blue");
-  settle();
-  EXPECT_EQ(node.frame().size, (Size{100, 50}));
-}
-
-TEST_F(NodeImageTest, TintRedrawsMarkupButOnlyTintsABitmap) {
-  openImages("{type: 'image', _style: {width: 20, height: 20}, _src: " +
-             svgSource(10, "red", ", tintColor: '#0000ff'") +
-             "}, {type: 'image', _src: " + bufferSource(solidPng(4, 4, 0xff0000)) + "}");
-  EXPECT_EQ(image(0).svgTint(), (toolkit::Color{0, 0, 1, 1}));
-  ASSERT_TRUE(waitForColour(0, "blue"));
-  const uint64_t generation = image(0).svgGeneration();
-  engine.run("_creatorUI.updateStyle(tree.children[0]._id, 'tintColor', '#ff0000');");
-  EXPECT_GT(image(0).svgGeneration(), generation);
-  ASSERT_TRUE(waitForColour(0, "red"));
-  EXPECT_FALSE(image(0).contentTintColor());
-
-  engine.run("_creatorUI.updateStyle(tree.children[1]._id, 'tintColor', '#0000ff');");
-  EXPECT_EQ(image(1).contentTintColor(), (toolkit::Color{0, 0, 1, 1}));
-  EXPECT_EQ(shownColour(image(1)), "red");  // the image itself is untouched
-  EXPECT_FALSE(image(1).svgMarkup());
-}
-
-TEST(CssColor, ThreeSixAndEightHexDigitsMakeAColour) {
+TEST_F(CssColorTest, ThreeSixOrEightHexDigitsInAStringAndNothingElseMakeAColour) {
   EXPECT_EQ(cssHexColor("#f00"), (toolkit::Color{1, 0, 0, 1}));
   EXPECT_EQ(cssHexColor("#0000ff"), (toolkit::Color{0, 0, 1, 1}));
   EXPECT_EQ(cssHexColor("#00ff0080"), toolkit::Color::fromRGBA(0x00ff0080));
   EXPECT_EQ(cssHexColor("#ABCDEF"), toolkit::Color::fromRGBA(0xabcdefff));
-}
-
-TEST(CssColor, OtherLengthsNamesAndNonHexMakeNone) {
-  EXPECT_FALSE(cssHexColor("#f00f"));
-  EXPECT_FALSE(cssHexColor("red"));
-  EXPECT_FALSE(cssHexColor("#"));
-  EXPECT_FALSE(cssHexColor("#12345"));
-  EXPECT_FALSE(cssHexColor("#1234567890"));
-  EXPECT_FALSE(cssHexColor("#gg0000"));
-  EXPECT_FALSE(cssHexColor("ff0000"));
-}
-
-class CssColorOfScriptValues : public testing::UIEngineTest {};
-
-TEST_F(CssColorOfScriptValues, OnlyAStringCanBeAColour) {
+  for (const char* text : {"#f00f", "red", "#", "#12345", "#1234567890", "#gg0000", "ff0000"}) {
+    EXPECT_FALSE(cssHexColor(text)) << text;
+  }
   engine.run("var text = '#0f0', number = 0x00ff00;");
   EXPECT_EQ(cssColor(global("text")), (toolkit::Color{0, 1, 0, 1}));
   EXPECT_FALSE(cssColor(global("number")));
