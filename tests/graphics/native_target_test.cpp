@@ -12,46 +12,31 @@ namespace {
 // A caller's Cairo context over a 20 by 20 surface, its user space moved by (5, 5).
 class NativeTargetTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    surface = cairo_image_surface_create(CAIRO_FORMAT_ARGB32, 20, 20);
-    cr = cairo_create(surface);
-    cairo_translate(cr, 5, 5);
-  }
+  void SetUp() override { cairo_translate(cr, 5, 5); }
   void TearDown() override {
     cairo_destroy(cr);
     cairo_surface_destroy(surface);
   }
-
   uint32_t pixel(int x, int y) {
     cairo_surface_flush(surface);
     uint32_t word;
-    std::memcpy(
-        &word,
-        cairo_image_surface_get_data(surface) + y * cairo_image_surface_get_stride(surface) + x * 4,
-        4);
+    const int stride = cairo_image_surface_get_stride(surface);
+    std::memcpy(&word, cairo_image_surface_get_data(surface) + y * stride + x * 4, 4);
     return word;
   }
 
-  cairo_surface_t* surface = nullptr;
-  cairo_t* cr = nullptr;
+  cairo_surface_t* surface = cairo_image_surface_create(CAIRO_FORMAT_ARGB32, 20, 20);
+  cairo_t* cr = cairo_create(surface);
 };
 
-TEST_F(NativeTargetTest, DrawsInTheTargetsUserSpace) {
+TEST_F(NativeTargetTest, DrawsInTheTargetsUserSpaceAndGivesItBackAsItWasEvenWithSavesOpen) {
+  cairo_set_line_width(cr, 7);
+  cairo_move_to(cr, 1, 2);
   auto context = GraphicsContext::drawingInto({cr});
   ASSERT_TRUE(context);
   EXPECT_EQ(context->pixelWidth(), 0);
   context->setFill(Color{1, 0, 0, 1});
   context->fillRect(0, 0, 4, 4);
-  context.reset();
-  EXPECT_EQ(pixel(6, 6), 0xFFFF0000u);
-  EXPECT_EQ(pixel(2, 2), 0u);
-}
-
-TEST_F(NativeTargetTest, GivesTheTargetBackAsItWasEvenWithSavesLeftOpen) {
-  cairo_set_line_width(cr, 7);
-  cairo_move_to(cr, 1, 2);
-  auto context = GraphicsContext::drawingInto({cr});
-  ASSERT_TRUE(context);
   context->save();
   context->translate(100, 0);
   context->setLineWidth(3);
@@ -59,6 +44,9 @@ TEST_F(NativeTargetTest, GivesTheTargetBackAsItWasEvenWithSavesLeftOpen) {
   context->scale(2, 2);
   context->moveTo(0, 0);
   EXPECT_FALSE(context->finish());  // ends drawing; the surface is the owner's
+  EXPECT_EQ(pixel(6, 6), 0xFFFF0000u);
+  EXPECT_EQ(pixel(2, 2), 0u);
+
   cairo_matrix_t matrix;
   cairo_get_matrix(cr, &matrix);
   EXPECT_EQ(matrix.x0, 5);
