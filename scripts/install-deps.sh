@@ -23,6 +23,8 @@ packages=(
   xvfb xauth fonts-dejavu-core
   # 3D: Filament with its material compiler, image decoding, and GL probing through X11
   libfilament-dev libfilament-tools libstb-dev libepoxy-dev libx11-dev
+  # 3D physics: Bullet (dynamics, collision and its math library)
+  libbullet-dev
   # 2D: the GL layer on epoxy, Mesa's drivers (llvmpipe under Xvfb)
   libgl1-mesa-dri
   # fuzzing: clang with its libFuzzer and sanitizer runtimes
