@@ -9,7 +9,6 @@
 
 #include "platform/toolkit/animation.h"
 #include "platform/toolkit/image.h"
-#include "runtime/buffers.h"
 #include "ui/image_download.h"
 
 namespace talvero {
@@ -211,11 +210,7 @@ void setBackgroundImage(NodeProtocol& node, const std::string& source) {
     return;
   }
   if (const std::optional<int64_t> id = bufferIdOf(source)) {
-    const Bytes bytes = Buffers::get(*id);
-    if (!bytes) return;
-    if (auto image = toolkit::Image::decode(bytes->data(), bytes->size())) {
-      applyBackgroundImage(node, std::move(image));
-    }
+    if (auto image = decodeBuffer(*id)) applyBackgroundImage(node, std::move(image));
     return;
   }
   loadBackgroundImage(node, source);

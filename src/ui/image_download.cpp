@@ -6,6 +6,7 @@
 #include "platform/dispatch/main_queue.h"
 #include "platform/net/http_task.h"
 #include "platform/net/url.h"
+#include "runtime/buffers.h"
 
 namespace talvero {
 
@@ -24,6 +25,11 @@ void downloadImage(const std::string& url, ImageArrival onImage) {
     });
   };
   net::startDataTask(std::move(request), std::move(callbacks));
+}
+
+std::shared_ptr<const toolkit::Image> decodeBuffer(int64_t id) {
+  const Bytes bytes = Buffers::get(id);
+  return bytes ? toolkit::Image::decode(bytes->data(), bytes->size()) : nullptr;
 }
 
 }  // namespace talvero

@@ -9,7 +9,6 @@
 
 #include "platform/dispatch/background_queue.h"
 #include "platform/dispatch/main_queue.h"
-#include "runtime/buffers.h"
 #include "runtime/log.h"
 #include "style_core/style_core.h"
 #include "svg/svg_parser.h"
@@ -124,11 +123,7 @@ void NodeImage::setSource(const ScriptValue& source) {
     setCanvasSurface(source.get("canvasSurface").toInt64());
     return;
   }
-  const Bytes bytes = Buffers::get(source.get("_id").toInt64());
-  if (!bytes) return;
-  if (auto image = toolkit::Image::decode(bytes->data(), bytes->size())) {
-    setBaseImage(std::move(image));
-  }
+  if (auto image = decodeBuffer(source.get("_id").toInt64())) setBaseImage(std::move(image));
 }
 
 void NodeImage::updateNode(const std::string& key, const ScriptValue& value) {
