@@ -1,0 +1,110 @@
+#pragma once
+
+// The physics world's tables, shared by the files of src/scene3d/physics only. Bullet's types
+// are named here, never included: its headers stay in those files' sources.
+
+#include <cstdint>
+#include <memory>
+#include <unordered_map>
+#include <vector>
+
+#include "scene3d/physics/body_ids.h"
+#include "scene3d/physics/shape_rules.h"
+
+class btBroadphaseInterface;
+class btCollisionConfiguration;
+class btCollisionDispatcher;
+class btCollisionObject;
+class btCollisionShape;
+class btConstraintSolver;
+class btDiscreteDynamicsWorld;
+class btRigidBody;
+struct btOverlapFilterCallback;
+
+namespace talvero::scene3d::physics {
+
+// Collision groups: static bodies meet moving ones, moving bodies meet both, query-only
+// bodies meet nothing (rays still find them).
+inline constexpr int kGroupStatic = 1;
+inline constexpr int kGroupMoving = 2;
+inline constexpr int kGroupQueryOnly = 4;
+
+// The fixed step.
+inline constexpr float kStep = 1.0f / 60.0f;
+
+struct Vec3 {
+  float x = 0, y = 0, z = 0;
+};
+struct Quat {
+  float x = 0, y = 0, z = 0, w = 1;
+};
+
+// An entity's world matrix split into its parts.
+struct Pose {
+  Vec3 position;
+  Quat rotation;
+  Vec3 scale{1, 1, 1};
+};
+
+struct Shape {
+  std::shared_ptr<btCollisionShape> shape;
+  PhysicsShapeSpec spec;
+};
+
+struct BodyRecord {
+  uint32_t id = 0;  // 0: the slot is free
+  uint32_t entity = 0;
+  int motion = 0;
+  bool sensor = false;
+  bool queryOnly = false;
+  bool pickable = true;
+  Vec3 kinematicVelocity;  // what moves a kinematic body
+  btRigidBody* body = nullptr;
+  Shape shape;
+};
+
+// The interpolated poses of an entity's body.
+struct BodyEntry {
+  uint32_t bodyId = 0;
+  Vec3 scale{1, 1, 1};
+  bool moves = false;
+  Vec3 prevPosition, currPosition;
+  Quat prevRotation, currRotation;
+};
+
+struct World {
+  explicit World(uint32_t maxBodies) : ids(maxBodies), records(maxBodies) {}
+  btCollisionConfiguration* configuration = nullptr;
+  btCollisionDispatcher* dispatcher = nullptr;
+  btBroadphaseInterface* broadphase = nullptr;
+  btConstraintSolver* solver = nullptr;
+  btOverlapFilterCallback* pairFilter = nullptr;
+  btDiscreteDynamicsWorld* dynamics = nullptr;
+  BodyIdTable ids;
+  std::vector<BodyRecord> records;  // by slot
+  std::unordered_map<uint32_t, BodyEntry> bodies;  // by entity
+  float accumulator = 0;
+  bool optimizeBroadphase = false;
+};
+
+// The world, null when there is none.
+World* world();
+Vec3 gravity();
+// The record of a live body id, or null.
+BodyRecord* bodyRecord(uint32_t id);
+// The record of a body's collision object, or null for anything else (a character's probe).
+BodyRecord* recordOf(const btCollisionObject* object);
+// A shape of the table, or null.
+const Shape* shapeById(uint32_t id);
+
+// The entity's world pose; the origin, unrotated and unscaled without a transform.
+Pose entityPose(uint32_t entity);
+// Writes rotation × scale and position as the entity's world matrix, through its parent; no
+// effect without a transform.
+void writeWorldTransform(uint32_t entity, const Pose& pose);
+
+// Called by the world at its steps and its end.
+void updateCharacters(float dt);
+void destroyCharacters();
+
+}  // namespace talvero::scene3d::physics
