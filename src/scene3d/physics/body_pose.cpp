@@ -46,7 +46,32 @@ mat3f rotationMatrix(const Quat& q) {
                float3{2 * (x * z + y * w), 2 * (y * z - x * w), 1 - 2 * (x * x + y * y)}};
 }
 
+float dot(const Quat& a, const Quat& b) {
+  return a.x * b.x + a.y * b.y + a.z * b.z + a.w * b.w;
+}
+
 }  // namespace
+
+Quat slerp(const Quat& a, const Quat& b, float t) {
+  float cosOmega = dot(a, b);
+  float sign = 1;
+  if (cosOmega < 0) {
+    cosOmega = -cosOmega;
+    sign = -1;
+  }
+  float scaleA = 1 - t, scaleB = sign * t;
+  if (1 - cosOmega > 0.0001f) {
+    const float omega = std::acos(cosOmega);
+    const float sinOmega = std::sin(omega);
+    scaleA = std::sin((1 - t) * omega) / sinOmega;
+    scaleB = sign * std::sin(t * omega) / sinOmega;
+  }
+  Quat q{scaleA * a.x + scaleB * b.x, scaleA * a.y + scaleB * b.y, scaleA * a.z + scaleB * b.z,
+         scaleA * a.w + scaleB * b.w};
+  const float norm = std::sqrt(dot(q, q));
+  if (norm > 0) q = {q.x / norm, q.y / norm, q.z / norm, q.w / norm};
+  return q;
+}
 
 Pose entityPose(uint32_t entity) {
   Pose pose;

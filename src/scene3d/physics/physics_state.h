@@ -115,6 +115,10 @@ Pose entityPose(uint32_t entity);
 // effect without a transform.
 void writeWorldTransform(uint32_t entity, const Pose& pose);
 
+// From a towards b by t along the shorter arc, normalised; a straight blend when they nearly
+// agree.
+Quat slerp(const Quat& a, const Quat& b, float t);
+
 // Called by the world at its steps and its end.
 void updateCharacters(float dt);
 void destroyCharacters();

@@ -133,28 +133,6 @@ float dot(const Quat& a, const Quat& b) {
   return a.x * b.x + a.y * b.y + a.z * b.z + a.w * b.w;
 }
 
-// The shorter arc from a to b, falling back to a straight blend when they nearly agree.
-Quat slerp(const Quat& a, const Quat& b, float t) {
-  float cosOmega = dot(a, b);
-  float sign = 1;
-  if (cosOmega < 0) {
-    cosOmega = -cosOmega;
-    sign = -1;
-  }
-  float scaleA = 1 - t, scaleB = sign * t;
-  if (1 - cosOmega > 0.0001f) {
-    const float omega = std::acos(cosOmega);
-    const float sinOmega = std::sin(omega);
-    scaleA = std::sin((1 - t) * omega) / sinOmega;
-    scaleB = sign * std::sin(t * omega) / sinOmega;
-  }
-  Quat q{scaleA * a.x + scaleB * b.x, scaleA * a.y + scaleB * b.y, scaleA * a.z + scaleB * b.z,
-         scaleA * a.w + scaleB * b.w};
-  const float norm = std::sqrt(dot(q, q));
-  if (norm > 0) q = {q.x / norm, q.y / norm, q.z / norm, q.w / norm};
-  return q;
-}
-
 double squaredDistance(const Vec3& a, const Vec3& b) {
   const double x = a.x - b.x, y = a.y - b.y, z = a.z - b.z;
   return x * x + y * y + z * z;
@@ -281,7 +259,7 @@ void physicsConfigure(uint32_t maxBodies, float gx, float gy, float gz) {
   }
   if (maxBodies != 0) {
     s.maxBodies = std::min(maxBodies, BodyIdTable::kMaxSlots);
-    if (s.world && s.world->bodies.empty() && s.world->ids.liveCount() == 0) {
+    if (s.world && s.world->bodies.empty()) {
       physicsShutdown();
       physicsInit();
       return;
