@@ -9,6 +9,8 @@
 // - `physicsSyncForRender` for 1,000 moving bodies at alpha 0.5 (interpolating), against a loop
 //   that reads the 1,000 Bullet transforms and writes them with `TransformManager::setTransform`:
 //   bodies sliding without turning, then bodies spinning after a blow.
+// - 100 characters walking over steps: `physicsStep` with them less `physicsStep` without them,
+//   per character and frame; "not measured" when the build makes no characters.
 // Times are CPU time of the main thread (CLOCK_THREAD_CPUTIME_ID); each figure is the median of
 // runs made alternately. The entities need a renderer engine, and the frame loop builds it on
 // the default backend only: run under xvfb-run.
@@ -28,6 +30,7 @@
 #include "bench_clock.h"
 #include "scene3d/engine_state.h"
 #include "scene3d/frame_loop.h"
+#include "scene3d/physics/character.h"
 #include "scene3d/physics/physics_world.h"
 #include "scene3d/scenes.h"
 
@@ -410,6 +413,96 @@ SyncFigures measureSync(const MovingScene& scene) {
   return figures;
 }
 
+// 100 capsules walking side by side at 2 m/s over a stepped mound of 0.2 m steps, up and
+// down, each frame's velocity set as a script would: none downward on the ground, gravity's in
+// the air. The same world without them gives what its fixed steps cost alone.
+constexpr int kCharacters = 100;
+constexpr int kWalkRuns = 5;
+constexpr int kSteps = 5;
+constexpr float kStepRise = 0.2f;
+constexpr float kStepDepth = 0.6f;
+constexpr float kMoundCentre = 7;
+constexpr float kWalkSpeed = 2.0f;
+
+struct WalkRun {
+  double seconds = 0;  // physicsStep over the run
+  int created = 0;
+  int overTheTop = 0;  // characters that stood on the top step
+  int pastTheMound = 0;
+};
+
+WalkRun walk(bool withCharacters) {
+  OurWorld ours(kGravity);
+  ours.addBox({kFloorHalf[0], kFloorHalf[1], kFloorHalf[2]}, {0, -kFloorHalf[1], 0}, false);
+  for (int level = 1; level <= kSteps; ++level) {
+    const float half = kStepDepth * float(kSteps + 1 - level);
+    ours.addBox({half, kStepRise / 2, 14}, {kMoundCentre, kStepRise * (float(level) - 0.5f), 0},
+                false);
+  }
+  constexpr float kRadius = 0.3f, kHalfHeight = 0.5f;
+  const uint32_t capsule = scene3d::physicsBuildCapsule(kHalfHeight, kRadius);
+  std::vector<uint32_t> characters, walkers;  // ids and their entities
+  std::vector<float> fall(kCharacters, 0), highest(kCharacters, 0);
+  WalkRun run;
+  if (withCharacters) {
+    for (int i = 0; i < kCharacters; ++i) {
+      const uint32_t entity = scene3d::createEntity();
+      ours.entities.push_back(entity);
+      walkers.push_back(entity);
+      scene3d::setPosition(entity, -1 - float(i % 2), kHalfHeight + kRadius + 0.02f,
+                           float(i) * 0.25f - 12.4f);
+      const uint32_t id = scene3d::characterCreate(entity, capsule, 0);
+      if (id == 0) break;
+      characters.push_back(id);
+    }
+    run.created = int(characters.size());
+    if (run.created < kCharacters) return run;
+  }
+  for (int frame = 0; frame < kFrames; ++frame) {
+    for (size_t i = 0; i < characters.size(); ++i) {
+      const bool grounded = scene3d::characterGetGroundState(characters[i]) == scene3d::kOnGround;
+      fall[i] = grounded ? 0 : fall[i] + kGravity * kStep;
+      scene3d::characterSetVelocity(characters[i], kWalkSpeed, fall[i], 0);
+    }
+    const double start = threadSeconds();
+    scene3d::physicsStep(kStep);
+    run.seconds += threadSeconds() - start;
+    for (size_t i = 0; i < characters.size(); ++i) {
+      float at[3];
+      scene3d::getWorldPosition(walkers[i], at);
+      highest[i] = std::max(highest[i], at[1]);
+      if (frame + 1 == kFrames && at[0] > kMoundCentre + kStepDepth * kSteps + kRadius) {
+        ++run.pastTheMound;
+      }
+    }
+  }
+  const float onTop = kStepRise * kSteps + kHalfHeight + kRadius - 0.05f;
+  run.overTheTop =
+      int(std::count_if(highest.begin(), highest.end(), [&](float y) { return y >= onTop; }));
+  return run;
+}
+
+struct WalkFigures {
+  WalkRun last;
+  double perUpdate = 0;  // seconds per character update
+};
+
+// Nothing measured when the build makes no characters.
+WalkFigures measureWalk() {
+  WalkFigures figures;
+  figures.last = walk(true);
+  if (figures.last.created < kCharacters) return figures;
+  walk(false);
+  std::vector<double> perUpdate;
+  for (int run = 0; run < kWalkRuns; ++run) {
+    figures.last = walk(true);
+    const WalkRun without = walk(false);
+    perUpdate.push_back((figures.last.seconds - without.seconds) / (double(kFrames) * kCharacters));
+  }
+  figures.perUpdate = median(perUpdate);
+  return figures;
+}
+
 }  // namespace
 
 int main() {
@@ -425,6 +518,7 @@ int main() {
   const DropFigures drop = measureDrop();
   const SyncFigures sliding = measureSync(slidingScene());
   const SyncFigures spinning = measureSync(spinningScene());
+  const WalkFigures walking = measureWalk();
 
   std::printf("3D physics against Bullet driven directly (CPU time of the main thread, medians)\n");
   std::printf("%-52s %10s %10s %8s %6s\n", "", "ours", "raw", "ratio", "goal");
@@ -449,7 +543,14 @@ int main() {
   };
   printSync("physicsSyncForRender µs, 1,000 sliding bodies", sliding);
   printSync("physicsSyncForRender µs, 1,000 spinning bodies", spinning);
-  std::printf("characters: not measured (no character controller in this build)\n");
+  if (walking.last.created < kCharacters) {
+    std::printf("characters: not measured (no character controller in this build)\n");
+  } else {
+    std::printf("%-53s %10.2f\n", "100 characters over steps, µs per character update",
+                walking.perUpdate * 1e6);
+    std::printf("  %d of %d reached the top step, %d were past the steps at the end\n",
+                walking.last.overTheTop, kCharacters, walking.last.pastTheMound);
+  }
   scene3d::destroyEngine();
   return 0;
 }
