@@ -121,6 +121,18 @@ TEST_F(Characters, FallWithTheScriptsGravityLandAndWalk) {
   EXPECT_NEAR(where(walker).x, 2, 1e-3);
 }
 
+TEST_F(Characters, AWallAloneDoesNotHoldACharacterUp) {
+  physicsCreateBox(entityAt(2, 0, 0), 1, 5, 1, kMotionStatic, 0);
+  const Walker walker = character(0, 3, 0);
+  characterSetVelocity(walker.id, 2, 0, 0);
+  for (int frame = 0; frame < 30; ++frame) physicsStep(kFrame);
+  EXPECT_EQ(characterGetGroundState(walker.id), kNotSupported);
+  EXPECT_NEAR(where(walker).x, 1 - 0.32f, 2e-3);
+  characterSetVelocity(walker.id, -2, 0, 0);
+  physicsStep(kFrame);
+  EXPECT_EQ(characterGetGroundState(walker.id), kInAir);
+}
+
 TEST_F(Characters, ClimbALowStepButStopAtAHighOne) {
   floor();
   block(1, 0, 0.3f);
@@ -197,6 +209,20 @@ TEST_F(Characters, PassThroughSensorsAndPushLightBoxesButNotHeavyOnes) {
   // 100 N cannot overcome the heavy box's friction.
   EXPECT_NEAR(position(heavy).x, 2, 0.01f);
   EXPECT_NEAR(where(blocked).x, 2 - 0.5f - 0.32f, 0.01f);
+}
+
+TEST_F(Characters, ACharacterWeighsOnTheBodyItStandsOn) {
+  floor();
+  // A 20 kg plank balanced on a narrow post: 70 kg on one end tips it.
+  physicsCreateBox(entityAt(0, 0.5f, 0), 0.1f, 0.5f, 1, kMotionStatic, 0);
+  const uint32_t plank = entityAt(0, 1.1f, 0);
+  physicsCreateBox(plank, 2, 0.1f, 1, kMotionDynamic, 20);
+  const Walker standing = character(1.5f, 1.2f + kStandingHeight, 0);
+  frames(60, {standing}, [] { physicsSyncForRender(); });
+  float m[16];
+  getWorldMatrix(plank, m);
+  EXPECT_LT(m[1], -0.1f);  // its x axis now points down
+  EXPECT_LT(where(standing).y, 1.2f + kStandingHeight - 0.1f);
 }
 
 TEST_F(Characters, BodiesRaysAndOtherCharactersDoNotSeeACharacter) {
