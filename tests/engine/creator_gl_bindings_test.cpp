@@ -95,6 +95,14 @@ TEST_F(CreatorGLTest, TheTableHoldsExactlyTheRowsThisBuildServesInTheirOrder) {
             "setUniformRgba,setUniformFloat,setUniformBoolean,setUniformArray,setUniformTexture,"
             "createTexture,createTextureFromCanvas,updateTextureFromCanvas,setCulling,"
             "setReceiveShadows,setCastShadows,hasMesh,setMesh,setEarlyUpdate,setLateUpdate,"
+            "physicsHasSupport,physicsConfigure,physicsCreateBox,physicsCreateSphere,"
+            "physicsCreateCylinder,physicsBuildBox,physicsBuildSphere,physicsBuildCylinder,"
+            "physicsBuildCapsule,physicsDestroyShape,physicsCreateBody,physicsSetPickable,"
+            "physicsSetLinearVelocity,physicsGetLinearVelocity,physicsApplyImpulse,"
+            "physicsSetBodyPosition,physicsRemoveBody,setInterpolation,physicsRaycast,"
+            "setOnPhysicsEvent,characterCreate,characterDestroy,characterSetVelocity,"
+            "characterGetVelocity,characterGetGroundState,characterSetPosition,"
+            "setColliderFromMesh,setColliderBox,setColliderSphere,raycastView,"
             "createARController,createRootAnchor,createAnchor,getSceneMaterial,requestCamera,"
             "launchAR,stopAR,backend\"");
   EXPECT_EQ(value("_creator.backend"), "\"opengl\"");
