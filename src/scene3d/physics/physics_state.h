@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <unordered_map>
 #include <vector>
 
@@ -81,8 +82,9 @@ struct World {
   btOverlapFilterCallback* pairFilter = nullptr;
   btDiscreteDynamicsWorld* dynamics = nullptr;
   BodyIdTable ids;
-  std::vector<BodyRecord> records;  // by slot
+  std::vector<BodyRecord> records;                 // by slot
   std::unordered_map<uint32_t, BodyEntry> bodies;  // by entity
+  std::vector<uint32_t> kinematicIds;              // kinematic bodies, moved by their velocity
   float accumulator = 0;
   bool optimizeBroadphase = false;
 };
@@ -96,12 +98,26 @@ BodyRecord* bodyRecord(uint32_t id);
 BodyRecord* recordOf(const btCollisionObject* object);
 // A shape of the table, or null.
 const Shape* shapeById(uint32_t id);
+// A new shape, unless refused (with a line for the row).
+std::optional<Shape> makeShape(const char* row, const PhysicsShapeSpec& spec);
+void clearShapes();
+
+// Contact events: the pairs whose contact began or ended are noted during a step; after it,
+// each pair whose touching differs from what was last reported gives one event.
+void installContactTracking();
+void collectContactEvents();
+void deliverContactEvents();
+void clearContactEvents();
 
 // The entity's world pose; the origin, unrotated and unscaled without a transform.
 Pose entityPose(uint32_t entity);
 // Writes rotation × scale and position as the entity's world matrix, through its parent; no
 // effect without a transform.
 void writeWorldTransform(uint32_t entity, const Pose& pose);
+
+// From a towards b by t along the shorter arc, normalised; a straight blend when they nearly
+// agree.
+Quat slerp(const Quat& a, const Quat& b, float t);
 
 // Called by the world at its steps and its end.
 void updateCharacters(float dt);

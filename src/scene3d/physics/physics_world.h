@@ -50,8 +50,8 @@ void physicsDestroyShape(uint32_t shape);
 // A body at the entity's world pose (the origin without a transform), pickable, the entity's
 // entry of interpolated poses made or replaced. A dynamic body with no mass above 0 weighs
 // 1000 per cubic metre. 0 for an unknown shape, a bad motion type or a full world.
-uint32_t physicsCreateBody(uint32_t entity, uint32_t shape, int motionType, float mass,
-                           bool sensor, bool queryOnly);
+uint32_t physicsCreateBody(uint32_t entity, uint32_t shape, int motionType, float mass, bool sensor,
+                           bool queryOnly);
 uint32_t physicsCreateBox(uint32_t entity, float halfX, float halfY, float halfZ, int motionType,
                           float mass);
 uint32_t physicsCreateSphere(uint32_t entity, float radius, int motionType, float mass);
