@@ -68,7 +68,7 @@ struct NearbyBodies : btBroadphaseAabbCallback {
     if (!closest.found || closest.distance > kPredictiveDistance) return true;
     const btVector3 normal =
         closest.normal.length2() > 0 ? closest.normal.normalized() : btVector3(0, 1, 0);
-    contacts.push_back({record->id, record->motion, toVec3(closest.position), toVec3(normal),
+    contacts.push_back({record->id, toVec3(closest.position), toVec3(normal),
                         toVec3(surfaceVelocity(*record, closest.position)),
                         closest.distance - kCharacterPadding, false});
     return true;
@@ -176,8 +176,7 @@ std::optional<SweepHit> sweepCharacter(CharacterRecord& character, const btVecto
     normal = closest.normal.normalized();
     if (std::fabs(gap - kCharacterPadding) < 1.0e-4f) break;
   }
-  return SweepHit{fraction, recordOf(hit.m_hitCollisionObject)->id, toVec3(hit.m_hitPointWorld),
-                  toVec3(normal)};
+  return SweepHit{fraction, toVec3(normal)};
 }
 
 }  // namespace talvero::scene3d::physics

@@ -31,7 +31,6 @@ inline constexpr float kContactMergeCosine = 0.999f;
 // A body the character touches, or could within the predictive distance.
 struct CharacterContact {
   uint32_t bodyId = 0;
-  int motion = 0;
   Vec3 position;              // on the body
   Vec3 normal;                // unit, from the body toward the character
   Vec3 velocity;              // of the body at `position`
@@ -65,8 +64,6 @@ std::map<uint32_t, CharacterRecord>& characters();
 // The first blocking hit of a sweep, its fraction already shortened to keep the padding.
 struct SweepHit {
   float fraction = 1;
-  uint32_t bodyId = 0;
-  Vec3 position;
   Vec3 normal;
 };
 

@@ -225,6 +225,17 @@ TEST_F(Characters, ACharacterWeighsOnTheBodyItStandsOn) {
   EXPECT_LT(where(standing).y, 1.2f + kStandingHeight - 0.1f);
 }
 
+TEST_F(Characters, AKinematicLiftRaisesTheCharacterStandingOnIt) {
+  const uint32_t lift = entityAt(0, 0, 0);
+  const uint32_t body = physicsCreateBox(lift, 1, 0.5f, 1, kMotionKinematic, 0);
+  const Walker rider = character(0, 0.5f + kStandingHeight, 0);
+  frames(10, {rider});
+  physicsSetLinearVelocity(body, 0, 1, 0);
+  frames(60, {rider}, [&] { EXPECT_EQ(characterGetGroundState(rider.id), kOnGround); });
+  physicsSyncForRender();
+  EXPECT_NEAR(where(rider).y, 1.5f + kStandingHeight, 0.03f);
+}
+
 TEST_F(Characters, BodiesRaysAndOtherCharactersDoNotSeeACharacter) {
   floor();
   const Walker a{character(-2, kStandingHeight, 0).id, 2, 0};
