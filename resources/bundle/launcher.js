@@ -8,12 +8,11 @@ var BUILT = "Built: the script engine, timers and animations, the native UI tree
     "the router, texts, buttons, inputs, scrolling and virtual lists, gradients, borders, " +
     "node animations, toasts, widgets, flexbox layout), the services (fetch, web " +
     "sockets, local storage, file picking), the 3D foundation (scenes, entities, " +
-    "transforms, unlit materials, textures, script-made meshes) and 2D scenes (entities, " +
-    "camera, sprites, frame clips, picking, the batch renderer), canvas surfaces, SVG " +
-    "drawing and image nodes.";
+    "transforms, unlit materials, textures, script-made meshes), 3D physics and 2D scenes " +
+    "(entities, camera, sprites, frame clips, picking, the batch renderer), canvas surfaces, " +
+    "SVG drawing and image nodes.";
 var NOT_BUILT = "Not built yet: media; 2D tilemaps and physics; in 3D, lights, " +
-    "GLB models, particles and physics. Opening a project from a file or a URL is not built " +
-    "either.";
+    "GLB models and particles. Opening a project from a file or a URL is not built either.";
 
 function text(content, style) {
   return {type: "text", _text: content, _style: style || {}};
@@ -257,7 +256,7 @@ function playgroundScreen() {
       text("3D playground", {color: "#ffffff", fontSize: 24, fontWeight: 600}),
       text("A crate of script-made geometry with a texture drawn at build time, unlit, " +
           "turned by an update function. Drag to turn the camera. Lights, shadows, GLB " +
-          "models, particles and physics are not built yet.", {color: "#e6e8ee", fontSize: 14}),
+          "models and particles are not built yet.", {color: "#e6e8ee", fontSize: 14}),
       button("Back", function () {
         console.log("[launcher] leaving the 3D playground");
         _creator.closeScene();

@@ -11,6 +11,7 @@
 #include "scene3d/frame_loop.h"
 #include "scene3d/image_textures.h"
 #include "scene3d/materials.h"
+#include "scene3d/physics/physics_world.h"
 #include "scene3d/scenes.h"
 #include "scene3d/warm_up.h"
 #include "ui/ui_store.h"
@@ -46,6 +47,7 @@ void clearIfOf(ScriptValue& slot, const ScriptContext& context) {
 CreatorGLHandler::~CreatorGLHandler() {
   *alive_ = false;
   scene3d::setUpdateFuncs(nullptr, nullptr);
+  scene3d::setPhysicsEventFunc(nullptr);
 }
 
 std::string CreatorGLHandler::rendererBackend() {
@@ -215,6 +217,23 @@ void CreatorGLHandler::installUpdateFunctions() {
   scene3d::setUpdateFuncs(bridge(earlyUpdateFunction_), bridge(lateUpdateFunction_));
 }
 
+void CreatorGLHandler::setOnPhysicsEvent(ScriptValue function) {
+  physicsEventFunction_ = functionOrEmpty(std::move(function));
+  installPhysicsEventFunction();
+}
+
+void CreatorGLHandler::installPhysicsEventFunction() {
+  if (physicsEventFunction_.empty()) {
+    scene3d::setPhysicsEventFunc(nullptr);
+    return;
+  }
+  // As the update bridges: the slot is read at each event, through a copy.
+  scene3d::setPhysicsEventFunc([this](uint32_t first, uint32_t second, int type) {
+    const ScriptValue function = physicsEventFunction_;
+    if (!function.empty()) function.call({first, second, type});
+  });
+}
+
 void CreatorGLHandler::traverse(uint32_t entity, ScriptValue function) {
   traverseFunction_ = functionOrEmpty(std::move(function));
   scene3d::traverse(entity, [this](uint32_t each) {
@@ -324,6 +343,8 @@ void CreatorGLHandler::release(const ScriptContext& context) {
   clearIfOf(earlyUpdateFunction_, context);
   clearIfOf(lateUpdateFunction_, context);
   installUpdateFunctions();
+  clearIfOf(physicsEventFunction_, context);
+  installPhysicsEventFunction();
   if (!context.empty() && currentSceneContext.lock() == context.state()) closeScene();
 }
 

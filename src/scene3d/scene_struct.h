@@ -8,8 +8,9 @@
 #include <cstdint>
 #include <unordered_map>
 #include <unordered_set>
-#include <variant>
 #include <vector>
+
+#include "scene3d/colliders.h"
 
 namespace talvero::scene3d {
 
@@ -20,13 +21,6 @@ struct ParticleSystem {
   bool visible = true;
   bool shown = true;  // whether the system draws at this moment
 };
-struct BoxCollider {
-  bool active = true;
-};
-struct SphereCollider {
-  bool active = true;
-};
-using Collider = std::variant<BoxCollider, SphereCollider>;
 
 // One scene: its view, its camera once attached, the renderer's scene and the records of the
 // entities in it.

@@ -190,20 +190,20 @@ class LaunchSequence : public TempDirTest {
 constexpr const char* kRecordingLauncher =
     "function launch(argv) { record(JSON.stringify(argv)); }";
 
-TEST_F(LaunchSequence, ProvenanceIsTheFirstOutputAndWarnsWithoutPhysics) {
+TEST_F(LaunchSequence, ProvenanceIsTheFirstOutputAndSaysPhysicsIsOn) {
+  auto launch = makeLaunch({"talvero"});
+  EXPECT_EQ(output([&] { launch->wireEngine(); }),
+            "[provenance] runtime 1.0.0 · creator-gl physics=on\n");
+}
+
+TEST_F(LaunchSequence, ProvenanceWarnsWhenTheSceneSideHasNoPhysics) {
+  engine.run("_creator.physicsHasSupport = function () { return 0; };");
   auto launch = makeLaunch({"talvero"});
   EXPECT_EQ(output([&] { launch->wireEngine(); }),
             "[provenance] runtime 1.0.0 · creator-gl physics=OFF\n"
             "[provenance] WARNING: creator-gl reports NO physics support — a stale or DEBUG "
             "native slice (CREATOR_GL_PHYSICS off). 3D physics projects/playgrounds will not "
             "simulate.\n");
-}
-
-TEST_F(LaunchSequence, ProvenanceReportsPhysicsWhenTheSceneSideHasIt) {
-  engine.run("_creator.physicsHasSupport = function () { return 1; };");
-  auto launch = makeLaunch({"talvero"});
-  EXPECT_EQ(output([&] { launch->wireEngine(); }),
-            "[provenance] runtime 1.0.0 · creator-gl physics=on\n");
 }
 
 TEST_F(LaunchSequence, SystemInfoHasItsKeysInOrderAndTheWindowOnlyWithAContainer) {

@@ -40,7 +40,7 @@ expect_line "$err" "Fatal error: could not load resource bundle: from /nonexiste
 xvfb-run -a timeout 4 "$binary" -x.js demo.js >"$out" 2>"$err"
 expect_status $? 124 "launch (stopped by timeout)"
 expect_line "$out" "[TalveroApp] applicationDidFinishLaunching"
-expect_line "$out" "[provenance] runtime 1.0.0 · creator-gl physics=OFF"
+expect_line "$out" "[provenance] runtime 1.0.0 · creator-gl physics=on"
 expect_line "$out" "[TalveroApp] launch([\"$binary\",\"-x.js\",\"demo.js\"])"
 expect_line "$out" "[launcher] argv: [\"$binary\",\"-x.js\",\"demo.js\"]"
 expect_line "$out" "[launcher] launch argument: demo.js"

@@ -95,6 +95,14 @@ TEST_F(CreatorGLTest, TheTableHoldsExactlyTheRowsThisBuildServesInTheirOrder) {
             "setUniformRgba,setUniformFloat,setUniformBoolean,setUniformArray,setUniformTexture,"
             "createTexture,createTextureFromCanvas,updateTextureFromCanvas,setCulling,"
             "setReceiveShadows,setCastShadows,hasMesh,setMesh,setEarlyUpdate,setLateUpdate,"
+            "physicsHasSupport,physicsConfigure,physicsCreateBox,physicsCreateSphere,"
+            "physicsCreateCylinder,physicsBuildBox,physicsBuildSphere,physicsBuildCylinder,"
+            "physicsBuildCapsule,physicsDestroyShape,physicsCreateBody,physicsSetPickable,"
+            "physicsSetLinearVelocity,physicsGetLinearVelocity,physicsApplyImpulse,"
+            "physicsSetBodyPosition,physicsRemoveBody,setInterpolation,physicsRaycast,"
+            "setOnPhysicsEvent,characterCreate,characterDestroy,characterSetVelocity,"
+            "characterGetVelocity,characterGetGroundState,characterSetPosition,"
+            "setColliderFromMesh,setColliderBox,setColliderSphere,raycastView,"
             "createARController,createRootAnchor,createAnchor,getSceneMaterial,requestCamera,"
             "launchAR,stopAR,backend\"");
   EXPECT_EQ(value("_creator.backend"), "\"opengl\"");
@@ -504,6 +512,87 @@ TEST_F(CreatorGLTest, ASessionsEndClearsOnlyWhatItsContextLeft) {
   frame(2000);
   EXPECT_EQ(json(second, "ran"), "[\"late\"]");
   EXPECT_EQ(value("ran"), "[]");
+}
+
+TEST_F(CreatorGLTest, PhysicsRowsTakeTheScriptsArgumentOrderAndFillFloat32Arrays) {
+  ::testing::internal::CaptureStdout();
+  EXPECT_EQ(value("_creator.physicsHasSupport()"), "true");
+  EXPECT_EQ(::testing::internal::GetCapturedStdout(), "") << "it needs no engine";
+  openSceneWithCamera();
+  // Gravity along +x, given first; the maximum of bodies comes last.
+  run("_creator.physicsConfigure(6, 0, 0, 0);"
+      "var ball = _creator.createEntity();"
+      "var ballBody = _creator.physicsCreateSphere(ball, 1, 2, 0);"
+      "var slab = _creator.createEntity(); _creator.setPosition(slab, 10, 0, 0);"
+      "_creator.physicsCreateBox(slab, 0.5, 1, 2, 0, 0);");
+  frame(1000);
+  frame(1050);  // two fixed steps: 0.05 s falls a hair short of three
+  run("var v = new Float32Array(3); _creator.physicsGetLinearVelocity(ballBody, v);");
+  EXPECT_EQ(value("[Math.round(v[0] * 100), v[1], v[2]]"), "[20,0,0]");
+
+  // The slab's half extents in order: its top at y = 1 is still under z = 1.9.
+  run("var hit = new Float32Array(7);"
+      "var found = _creator.physicsRaycast(10, 10, 1.9, 0, -1, 0, 20, hit);");
+  EXPECT_EQ(value("[found === slab, Math.round(hit[1] * 100), Math.round(hit[4] * 100),"
+                  " Math.round(hit[6] * 100)]"),
+            "[true,100,100,45]");
+  EXPECT_EQ(value("_creator.physicsRaycast(10, 10, 1.9, 0, -1, 0, 20, null) === slab"), "true");
+  EXPECT_EQ(value("_creator.physicsRaycast(10, 10, 1.9, 0, -1, 0, 20) === slab"), "true");
+
+  // Short or wrong arrays: one line per row and id, nothing written, the neutral result.
+  ::testing::internal::CaptureStdout();
+  run("var short = new Float32Array(6);"
+      "var missed = _creator.physicsRaycast(10, 10, 1.9, 0, -1, 0, 20, short);"
+      "_creator.physicsRaycast(10, 10, 1.9, 0, -1, 0, 20, [0, 0, 0, 0, 0, 0, 0]);"
+      "var two = new Float32Array(2); _creator.physicsGetLinearVelocity(ballBody, two);");
+  EXPECT_EQ(::testing::internal::GetCapturedStdout(),
+            "[creator-gl] physicsRaycast: needs a Float32Array of at least 7 elements\n"
+            "[creator-gl] physicsGetLinearVelocity: needs a Float32Array of at least 3 elements\n");
+  EXPECT_EQ(value("[missed, Array.from(short).every(function (x) { return x === 0; }),"
+                  " Array.from(two)]"),
+            "[0,true,[0,0]]");
+}
+
+TEST_F(CreatorGLTest, PhysicsEventsReachTheirContextWhoseEndAloneClearsThem) {
+  openSceneWithCamera();
+  run("_creator.physicsConfigure(0, -9.81, 0, 0);"
+      "var floor = _creator.createEntity(); _creator.setPosition(floor, 0, -0.5, 0);"
+      "_creator.physicsCreateBox(floor, 5, 0.5, 5, 0, 0);"
+      "var box = _creator.createEntity(); _creator.setPosition(box, 0, 0.6, 0);"
+      "var boxBody = _creator.physicsCreateBox(box, 0.5, 0.5, 0.5, 2, 0);");
+  const std::string floor = value("floor"), box = value("box");
+  // The second context owns the open scene and the event function, which throws.
+  const ScriptContext first = context();
+  const ScriptContext second = ScriptContext::create();
+  engine.configure(second);
+  std::vector<std::string> thrown;
+  second.setExceptionHandler([&thrown](const ScriptContext&, const ScriptValue& error) {
+    thrown.push_back(error.toString());
+  });
+  // Which body of a pair comes first is the world's business: the names are sorted.
+  second.evaluate("var names = {}; names[" + floor + "] = 'floor'; names[" + box +
+                  "] = 'box'; _creator.openScene(0);"
+                  "_creator.setOnPhysicsEvent(function (a, b, type) {"
+                  " throw new Error([names[a], names[b]].sort().join(' on ') + ' ' + type); });");
+  engine.releaseResources(first);
+  int64_t time = 2000;
+  for (int i = 0; i < 120 && thrown.empty(); ++i) frame(time += 16);
+  EXPECT_EQ(thrown, std::vector<std::string>{"Error: box on floor 0"});
+
+  // A function of the first context, cleared by its end; the second's end leaves the slot.
+  run("var types = []; _creator.setOnPhysicsEvent(function (a, b, type) { types.push(type); });"
+      "_creator.openScene(0); _creator.physicsSetBodyPosition(boxBody, 0, 3, 0);");
+  engine.releaseResources(second);
+  for (int i = 0; i < 120 && value("types.length") == "0"; ++i) frame(time += 16);
+  EXPECT_EQ(value("types"), "[1]");
+  second.evaluate("_creator.openScene(0);");
+  engine.releaseResources(first);
+  run("var out = new Float32Array(3);");
+  for (int i = 0; i < 150; ++i) frame(time += 16);
+  run("_creator.getWorldPosition(box, out);");
+  EXPECT_EQ(value("Math.round(out[1] * 10)"), "5") << "the box landed again";
+  EXPECT_EQ(value("types"), "[1]");
+  EXPECT_EQ(thrown.size(), 1u);
 }
 
 TEST_F(CreatorGLTest, CaptureImageTakesTheViewsNextFrameWhenTheCaptureFeatureIsOn) {

@@ -6,8 +6,11 @@
 #include "engine/bindings/scene3d_rows.h"
 #include "platform/desktop/camera_probe.h"
 #include "platform/dispatch/timer_source.h"
+#include "scene3d/colliders.h"
 #include "scene3d/frame_loop.h"
 #include "scene3d/materials.h"
+#include "scene3d/physics/character.h"
+#include "scene3d/physics/physics_world.h"
 #include "scene3d/scenes.h"
 #include "scene3d/textures.h"
 #include "scene3d/warm_up.h"
@@ -31,8 +34,8 @@ uint32_t primitiveIndex(int64_t primitive) {
 // An out row: the native getter fills the script's array of at least `count` floats.
 template <void (*Getter)(uint32_t, float*)>
 auto outRow(const char* row, size_t count) {
-  return needsEngine(row, [row, count](uint32_t entity, ScriptValue out) {
-    if (float* floats = floatsOut(row, entity, out, count)) Getter(entity, floats);
+  return needsEngine(row, [row, count](uint32_t id, ScriptValue out) {
+    if (float* floats = floatsOut(row, id, out, count)) Getter(id, floats);
   });
 }
 
@@ -223,6 +226,69 @@ void addUpdateRows(ExportTable& exports, CreatorGLHandler& handler) {
       .add("setLateUpdate", [gl](ScriptValue function) { gl->setLateUpdate(function); });
 }
 
+void addPhysicsRows(ExportTable& exports, CreatorGLHandler& handler) {
+  CreatorGLHandler* gl = &handler;
+  // Answers before any engine: scripts ask it to choose how to build their scene.
+  exports.add("physicsHasSupport", [] { return scene3d::creatorHasPhysics() != 0; })
+      .add("physicsConfigure", needsEngine("physicsConfigure",
+                                           [](float gx, float gy, float gz, uint32_t maxBodies) {
+                                             scene3d::physicsConfigure(maxBodies, gx, gy, gz);
+                                           }))
+      .add("physicsCreateBox", needsEngine("physicsCreateBox", &scene3d::physicsCreateBox))
+      .add("physicsCreateSphere", needsEngine("physicsCreateSphere", &scene3d::physicsCreateSphere))
+      .add("physicsCreateCylinder",
+           needsEngine("physicsCreateCylinder", &scene3d::physicsCreateCylinder))
+      .add("physicsBuildBox", needsEngine("physicsBuildBox", &scene3d::physicsBuildBox))
+      .add("physicsBuildSphere", needsEngine("physicsBuildSphere", &scene3d::physicsBuildSphere))
+      .add("physicsBuildCylinder",
+           needsEngine("physicsBuildCylinder", &scene3d::physicsBuildCylinder))
+      .add("physicsBuildCapsule", needsEngine("physicsBuildCapsule", &scene3d::physicsBuildCapsule))
+      .add("physicsDestroyShape", needsEngine("physicsDestroyShape", &scene3d::physicsDestroyShape))
+      .add("physicsCreateBody", needsEngine("physicsCreateBody", &scene3d::physicsCreateBody))
+      .add("physicsSetPickable", needsEngine("physicsSetPickable", &scene3d::physicsSetPickable))
+      .add("physicsSetLinearVelocity",
+           needsEngine("physicsSetLinearVelocity", &scene3d::physicsSetLinearVelocity))
+      .add("physicsGetLinearVelocity",
+           outRow<&scene3d::physicsGetLinearVelocity>("physicsGetLinearVelocity", 3))
+      .add("physicsApplyImpulse", needsEngine("physicsApplyImpulse", &scene3d::physicsApplyImpulse))
+      .add("physicsSetBodyPosition",
+           needsEngine("physicsSetBodyPosition", &scene3d::physicsSetBodyPosition))
+      .add("physicsRemoveBody", needsEngine("physicsRemoveBody", &scene3d::physicsRemoveBody))
+      .add("setInterpolation", needsEngine("setInterpolation", &scene3d::setPhysicsInterpolation))
+      // Without an out array (null, or left out) the ray still gives its entity.
+      .add("physicsRaycast",
+           needsEngine("physicsRaycast",
+                       [](float ox, float oy, float oz, float dx, float dy, float dz,
+                          float maxDistance, ScriptValue out) -> uint32_t {
+                         float* hit = nullptr;
+                         if (!out.isNull() && !out.isUndefined()) {
+                           hit = floatsOut("physicsRaycast", 0, out, 7);
+                           if (!hit) return 0;
+                         }
+                         return scene3d::physicsRaycast(ox, oy, oz, dx, dy, dz, maxDistance, hit);
+                       }))
+      .add("setOnPhysicsEvent", needsEngine("setOnPhysicsEvent", [gl](ScriptValue function) {
+             gl->setOnPhysicsEvent(std::move(function));
+           }));
+}
+
+void addCharacterRows(ExportTable& exports) {
+  exports.add("characterCreate", needsEngine("characterCreate", &scene3d::characterCreate))
+      .add("characterDestroy", needsEngine("characterDestroy", &scene3d::characterDestroy))
+      .add("characterSetVelocity",
+           needsEngine("characterSetVelocity", &scene3d::characterSetVelocity))
+      .add("characterGetVelocity",
+           outRow<&scene3d::characterGetVelocity>("characterGetVelocity", 3))
+      .add("characterGetGroundState",
+           needsEngine("characterGetGroundState", &scene3d::characterGetGroundState))
+      .add("characterSetPosition",
+           needsEngine("characterSetPosition", &scene3d::characterSetPosition))
+      .add("setColliderFromMesh", needsEngine("setColliderFromMesh", &scene3d::setColliderFromMesh))
+      .add("setColliderBox", needsEngine("setColliderBox", &scene3d::setColliderBox))
+      .add("setColliderSphere", needsEngine("setColliderSphere", &scene3d::setColliderSphere))
+      .add("raycastView", needsEngine("raycastView", &scene3d::raycastView));
+}
+
 void addARRows(ExportTable& exports, CreatorGLHandler& handler) {
   CreatorGLHandler* gl = &handler;
   exports
@@ -255,8 +321,8 @@ void addARRows(ExportTable& exports, CreatorGLHandler& handler) {
 
 }  // namespace
 
-// Rows of lights, GLB assets, particles, noise, physics and media join the table in their
-// places when those subsystems land; until then they are absent rather than answering.
+// Rows of lights, GLB assets, particles, noise and media join the table in their places when
+// those subsystems land; until then they are absent rather than answering.
 CreatorGLHandler::CreatorGLHandler(CreatorUIStore& store)
     : ScriptHandler("_creator"), creatorUIStore(store) {
   warmSteps = {&scene3d::warmScene, &scene3d::warmSceneReady, &dispatch::postAfter};
@@ -274,6 +340,8 @@ CreatorGLHandler::CreatorGLHandler(CreatorUIStore& store)
   addSceneRows(exports_, *this);
   addMaterialRows(exports_, *this);
   addUpdateRows(exports_, *this);
+  addPhysicsRows(exports_, *this);
+  addCharacterRows(exports_);
   addARRows(exports_, *this);
 }
 

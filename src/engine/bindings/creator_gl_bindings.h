@@ -44,6 +44,8 @@ class CreatorGLHandler : public ScriptHandler {
   void setEarlyUpdate(ScriptValue function);
   void setLateUpdate(ScriptValue function);
   void traverse(uint32_t entity, ScriptValue function);
+  // Contacts reach `function(entity, entity, type)` after the frame's physics steps.
+  void setOnPhysicsEvent(ScriptValue function);
   void requestCamera(ScriptValue resolve, ScriptValue reject);
 
   void createARController(uint32_t scene, uint32_t camera, const std::string& name,
@@ -84,12 +86,14 @@ class CreatorGLHandler : public ScriptHandler {
 
  private:
   void installUpdateFunctions();
+  void installPhysicsEventFunction();
   void warmStep(int64_t scene, std::shared_ptr<ScriptValue> onReady, int attempts, bool warmed);
 
   // Script functions behind native callbacks, read at each call.
   ScriptValue traverseFunction_;
   ScriptValue earlyUpdateFunction_;
   ScriptValue lateUpdateFunction_;
+  ScriptValue physicsEventFunction_;
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };
 
