@@ -21,6 +21,9 @@ class btConstraintSolver;
 class btDiscreteDynamicsWorld;
 class btRigidBody;
 struct btOverlapFilterCallback;
+namespace filament {
+class TransformManager;
+}
 
 namespace talvero::scene3d::physics {
 
@@ -73,6 +76,43 @@ struct BodyEntry {
   Quat prevRotation, currRotation;
 };
 
+// The entries by entity, kept in an array so the passes once a frame walk memory in order.
+class BodyEntries {
+ public:
+  struct Item {
+    uint32_t entity;
+    BodyEntry entry;
+  };
+  BodyEntry* find(uint32_t entity) {
+    const auto found = index_.find(entity);
+    return found == index_.end() ? nullptr : &items_[found->second].entry;
+  }
+  // The entity's entry, made when it has none.
+  BodyEntry& operator[](uint32_t entity) {
+    const auto [found, made] = index_.try_emplace(entity, static_cast<uint32_t>(items_.size()));
+    if (made) items_.push_back({entity, {}});
+    return items_[found->second].entry;
+  }
+  void erase(uint32_t entity) {
+    const auto found = index_.find(entity);
+    if (found == index_.end()) return;
+    const uint32_t at = found->second;
+    index_.erase(found);
+    if (at + 1 != items_.size()) {
+      items_[at] = items_.back();
+      index_[items_[at].entity] = at;
+    }
+    items_.pop_back();
+  }
+  bool empty() const { return items_.empty(); }
+  std::vector<Item>::iterator begin() { return items_.begin(); }
+  std::vector<Item>::iterator end() { return items_.end(); }
+
+ private:
+  std::vector<Item> items_;
+  std::unordered_map<uint32_t, uint32_t> index_;  // entity → place in items_
+};
+
 struct World {
   explicit World(uint32_t maxBodies) : ids(maxBodies), records(maxBodies) {}
   btCollisionConfiguration* configuration = nullptr;
@@ -82,9 +122,9 @@ struct World {
   btOverlapFilterCallback* pairFilter = nullptr;
   btDiscreteDynamicsWorld* dynamics = nullptr;
   BodyIdTable ids;
-  std::vector<BodyRecord> records;                 // by slot
-  std::unordered_map<uint32_t, BodyEntry> bodies;  // by entity
-  std::vector<uint32_t> kinematicIds;              // kinematic bodies, moved by their velocity
+  std::vector<BodyRecord> records;  // by slot
+  BodyEntries bodies;
+  std::vector<uint32_t> kinematicIds;  // kinematic bodies, moved by their velocity
   float accumulator = 0;
   bool optimizeBroadphase = false;
 };
@@ -111,8 +151,11 @@ void clearContactEvents();
 
 // The entity's world pose; the origin, unrotated and unscaled without a transform.
 Pose entityPose(uint32_t entity);
+// The renderer's transforms; null with no engine.
+filament::TransformManager* transformsOrNull();
 // Writes rotation × scale and position as the entity's world matrix, through its parent; no
 // effect without a transform.
+void writeWorldTransform(filament::TransformManager& transforms, uint32_t entity, const Pose& pose);
 void writeWorldTransform(uint32_t entity, const Pose& pose);
 
 // From a towards b by t along the shorter arc, normalised; a straight blend when they nearly

@@ -144,7 +144,13 @@ Vec3 lerp(const Vec3& a, const Vec3& b, double t) {
           static_cast<float>(a.z + (double(b.z) - a.z) * t)};
 }
 
+bool same(const Quat& a, const Quat& b) {
+  return a.x == b.x && a.y == b.y && a.z == b.z && a.w == b.w;
+}
+
 void writeInterpolated(World& w, float alpha) {
+  filament::TransformManager* transforms = transformsOrNull();
+  if (!transforms) return;
   for (const auto& [entity, entry] : w.bodies) {
     if (!entry.moves) continue;
     // A body at rest does not touch its entity.
@@ -152,9 +158,13 @@ void writeInterpolated(World& w, float alpha) {
         dot(entry.prevRotation, entry.currRotation) > 0.999999f) {
       continue;
     }
-    writeWorldTransform(entity,
-                        {lerp(entry.prevPosition, entry.currPosition, alpha),
-                         slerp(entry.prevRotation, entry.currRotation, alpha), entry.scale});
+    // A body that did not turn keeps its rotation as it is, already of unit length.
+    const Quat rotation = same(entry.prevRotation, entry.currRotation)
+                              ? entry.currRotation
+                              : slerp(entry.prevRotation, entry.currRotation, alpha);
+    writeWorldTransform(
+        *transforms, entity,
+        {lerp(entry.prevPosition, entry.currPosition, alpha), rotation, entry.scale});
   }
 }
 
@@ -167,11 +177,11 @@ void writeActive(World& w) {
     const bool active = record->motion == kMotionKinematic ? !isZero(record->kinematicVelocity)
                                                            : moving[i]->isActive();
     if (!active) continue;
-    const auto entry = w.bodies.find(record->entity);
+    const BodyEntry* entry = w.bodies.find(record->entity);
     const btTransform& transform = moving[i]->getWorldTransform();
     writeWorldTransform(record->entity,
                         {toVec(transform.getOrigin()), toQuat(transform.getRotation()),
-                         entry != w.bodies.end() ? entry->second.scale : Vec3{1, 1, 1}});
+                         entry ? entry->scale : Vec3{1, 1, 1}});
   }
 }
 
