@@ -103,12 +103,12 @@ Quat slerp(const Quat& a, const Quat& b, float t) {
   if (1 - cosOmega > 0.0001f) {
     // sin((1 - t)ω) / sin ω and sin(tω) / sin ω, with one angle's sine and cosine; ω is at
     // most π/2 once the signs agree.
-    const float omega = acosOfUnit(std::fmin(cosOmega, 1.0f));
-    const float sinOmega = std::sqrt(1 - cosOmega * cosOmega);
+    const float omega = acosOfUnit(cosOmega);
+    const float overSinOmega = 1 / std::sqrt(1 - cosOmega * cosOmega);
     float sinT, cosT;
     sinCosOfQuarter(t * omega, sinT, cosT);
-    scaleA = cosT - cosOmega * sinT / sinOmega;
-    scaleB = sign * sinT / sinOmega;
+    scaleA = cosT - cosOmega * sinT * overSinOmega;
+    scaleB = sign * sinT * overSinOmega;
   }
   Quat q{scaleA * a.x + scaleB * b.x, scaleA * a.y + scaleB * b.y, scaleA * a.z + scaleB * b.z,
          scaleA * a.w + scaleB * b.w};

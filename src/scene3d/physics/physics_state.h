@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "scene3d/physics/body_ids.h"
@@ -125,6 +126,7 @@ struct World {
   std::vector<BodyRecord> records;  // by slot
   BodyEntries bodies;
   std::vector<uint32_t> kinematicIds;  // kinematic bodies, moved by their velocity
+  std::vector<std::pair<uint32_t, Pose>> interpolatedPoses;  // a frame's, kept for its memory
   float accumulator = 0;
   bool optimizeBroadphase = false;
 };

@@ -148,9 +148,13 @@ bool same(const Quat& a, const Quat& b) {
   return a.x == b.x && a.y == b.y && a.z == b.z && a.w == b.w;
 }
 
+// The poses are worked out in one pass and written in another: with no call in between, the
+// processor overlaps the arithmetic of neighbouring bodies.
 void writeInterpolated(World& w, float alpha) {
   filament::TransformManager* transforms = transformsOrNull();
   if (!transforms) return;
+  std::vector<std::pair<uint32_t, Pose>>& poses = w.interpolatedPoses;
+  poses.clear();
   for (const auto& [entity, entry] : w.bodies) {
     if (!entry.moves) continue;
     // A body at rest does not touch its entity.
@@ -162,10 +166,10 @@ void writeInterpolated(World& w, float alpha) {
     const Quat rotation = same(entry.prevRotation, entry.currRotation)
                               ? entry.currRotation
                               : slerp(entry.prevRotation, entry.currRotation, alpha);
-    writeWorldTransform(
-        *transforms, entity,
-        {lerp(entry.prevPosition, entry.currPosition, alpha), rotation, entry.scale});
+    poses.emplace_back(
+        entity, Pose{lerp(entry.prevPosition, entry.currPosition, alpha), rotation, entry.scale});
   }
+  for (const auto& [entity, pose] : poses) writeWorldTransform(*transforms, entity, pose);
 }
 
 // Awake bodies that move, as they are now; a kinematic body counts while it has a velocity.
