@@ -153,7 +153,10 @@ void deliverContactEvents() {
   // frame.
   std::vector<ContactEvent> events;
   events.swap(t.pending);
+  const uint64_t generation = worldGeneration();
   for (const ContactEvent& event : events) {
+    // A callback that rebuilt the world leaves the rest naming bodies of the old one.
+    if (worldGeneration() != generation) return;
     const BodyRecord* a = bodyRecord(event.first);
     const BodyRecord* b = bodyRecord(event.second);
     if (!a || !b || !t.onEvent) continue;

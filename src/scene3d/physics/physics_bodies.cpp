@@ -24,6 +24,11 @@ bool finite(std::initializer_list<float> values) {
   return std::all_of(values.begin(), values.end(), [](float v) { return std::isfinite(v); });
 }
 
+bool finitePose(const Pose& p) {
+  return finite({p.position.x, p.position.y, p.position.z, p.rotation.x, p.rotation.y, p.rotation.z,
+                 p.rotation.w, p.scale.x, p.scale.y, p.scale.z});
+}
+
 // The record of a live body, or one "unknown body" line for the row and id.
 BodyRecord* liveBody(const char* row, uint32_t id) {
   if (!world()) return nullptr;
@@ -81,7 +86,14 @@ uint32_t createBodyWithShape(const char* row, uint32_t entity, const Shape& shap
   }
   if (queryOnly) motion = kMotionStatic;
   const Pose pose = entityPose(entity);
-  BodyRecord& record = w->records[*w->ids.slotOf(id)];
+  if (!finitePose(pose)) {
+    w->ids.release(id);
+    reportOnce(row, entity, "entity " + std::to_string(entity) + " has a pose that is not finite");
+    return 0;
+  }
+  const uint32_t slot = *w->ids.slotOf(id);
+  if (slot >= w->records.size()) w->records.resize(slot + 1);
+  BodyRecord& record = w->records[slot];
   record = BodyRecord{};
   record.id = id;
   record.entity = entity;
@@ -169,18 +181,19 @@ void physicsSetLinearVelocity(uint32_t body, float x, float y, float z) {
     reportOnce("physicsSetLinearVelocity", body, "velocity must be finite");
     return;
   }
-  switch (record->motion) {
-    case kMotionKinematic:
-      record->kinematicVelocity = {x, y, z};
-      record->body->activate(true);
-      break;
-    case kMotionDynamic:
-      record->body->setLinearVelocity(btVector3(x, y, z));
-      record->body->activate(true);
-      break;
-    default:
-      break;  // a static body keeps still
+  if (record->motion == kMotionStatic) return;  // a static body keeps still
+  btVector3 velocity(x, y, z);
+  const btScalar speed2 = velocity.length2();
+  if (speed2 > kMaxLinearSpeed * kMaxLinearSpeed) {
+    velocity *= kMaxLinearSpeed / std::sqrt(speed2);
   }
+  if (record->motion == kMotionKinematic) {
+    record->kinematicVelocity = {velocity.x(), velocity.y(), velocity.z()};
+  } else {
+    record->body->setLinearVelocity(velocity);
+  }
+  // Stopping a body does not wake it.
+  if (speed2 > 0) record->body->activate(true);
 }
 
 void physicsGetLinearVelocity(uint32_t body, float* out3) {

@@ -4,6 +4,7 @@
 // are named here, never included: its headers stay in those files' sources.
 
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <optional>
 #include <unordered_map>
@@ -36,6 +37,8 @@ inline constexpr int kGroupQueryOnly = 4;
 
 // The fixed step.
 inline constexpr float kStep = 1.0f / 60.0f;
+// No body goes faster.
+inline constexpr float kMaxLinearSpeed = 500;
 
 struct Vec3 {
   float x = 0, y = 0, z = 0;
@@ -115,7 +118,7 @@ class BodyEntries {
 };
 
 struct World {
-  explicit World(uint32_t maxBodies) : ids(maxBodies), records(maxBodies) {}
+  explicit World(uint32_t maxBodies) : ids(maxBodies) {}
   btCollisionConfiguration* configuration = nullptr;
   btCollisionDispatcher* dispatcher = nullptr;
   btBroadphaseInterface* broadphase = nullptr;
@@ -123,7 +126,9 @@ struct World {
   btOverlapFilterCallback* pairFilter = nullptr;
   btDiscreteDynamicsWorld* dynamics = nullptr;
   BodyIdTable ids;
-  std::vector<BodyRecord> records;  // by slot
+  // By slot, grown as slots are first used (a large maximum costs nothing until it is
+  // reached); a deque, so a record stays where it is while others are added.
+  std::deque<BodyRecord> records;
   BodyEntries bodies;
   std::vector<uint32_t> kinematicIds;  // kinematic bodies, moved by their velocity
   std::vector<std::pair<uint32_t, Pose>> interpolatedPoses;  // a frame's, kept for its memory
@@ -133,6 +138,8 @@ struct World {
 
 // The world, null when there is none.
 World* world();
+// Counts the worlds built, so a pass that calls out can tell its world was replaced meanwhile.
+uint64_t worldGeneration();
 Vec3 gravity();
 // The record of a live body id, or null.
 BodyRecord* bodyRecord(uint32_t id);

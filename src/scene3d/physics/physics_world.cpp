@@ -20,7 +20,6 @@ constexpr uint32_t kDefaultMaxBodies = 4096;
 constexpr int kMaxStepsPerFrame = 4;
 constexpr int kSolverIterations = 10;
 constexpr float kSleepTime = 0.5f;
-constexpr float kMaxLinearSpeed = 500;
 
 struct Settings {
   uint32_t maxBodies = kDefaultMaxBodies;
@@ -29,6 +28,7 @@ struct Settings {
   bool ticked = false;
   float alpha = 0;
   std::unique_ptr<World> world;
+  uint64_t generation = 0;
 };
 
 Settings& settings() {
@@ -195,6 +195,10 @@ World* world() {
   return settings().world.get();
 }
 
+uint64_t worldGeneration() {
+  return settings().generation;
+}
+
 Vec3 gravity() {
   return settings().gravity;
 }
@@ -232,6 +236,7 @@ void physicsInit() {
   w->dynamics->getSolverInfo().m_numIterations = kSolverIterations;
   w->dynamics->getPairCache()->setOverlapFilterCallback(w->pairFilter);
   s.world = std::move(w);
+  ++s.generation;
   applyGravity(*s.world);
   installContactTracking();
 }

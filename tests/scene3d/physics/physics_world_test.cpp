@@ -250,27 +250,35 @@ TEST_F(PhysicsWorld, SensorsReportWhatPassesAndLoseBodiesThatSleep) {
   const uint32_t pad = entityAt(5, 0.5f, 0);
   physicsCreateBody(pad, sensorShape, kMotionStatic, 0, true, false);
   const uint32_t sleeper = entityAt(5, 0.3f, 0);
-  physicsCreateBox(sleeper, 0.25f, 0.25f, 0.25f, kMotionDynamic, 0);
+  const uint32_t sleeperId = physicsCreateBox(sleeper, 0.25f, 0.25f, 0.25f, kMotionDynamic, 0);
   run(4);
   EXPECT_EQ(events,
             (std::vector<Event>{{sleeper, pad, 0}, {sleeper, ground, 0}, {sleeper, pad, 1}}));
+  // Stopping a sleeping body leaves it asleep.
+  physicsSetLinearVelocity(sleeperId, 0, 0, 0);
+  run(0.5f);
+  EXPECT_EQ(events.size(), 3u);
 }
 
 TEST_F(PhysicsWorld, ACallbackMayRemoveTheBodiesOfLaterEvents) {
-  floor();
+  const uint32_t ground = floor();
   std::vector<uint32_t> bodies;
   for (int i = 0; i < 3; ++i) {
     bodies.push_back(
         physicsCreateBox(entityAt(i * 2.0f, 0.5f, 0), 0.5f, 0.5f, 0.5f, kMotionDynamic, 0));
   }
-  int calls = 0;
-  setPhysicsEventFunc([&](uint32_t, uint32_t, int) {
-    ++calls;
+  uint32_t ball = 0;
+  setPhysicsEventFunc([&](uint32_t a, uint32_t b, int type) {
+    events.emplace_back(a, b, type);
+    if (ball) return;
     for (const uint32_t body : bodies) physicsRemoveBody(body);
-    physicsCreateSphere(entityAt(0, 3, 0), 0.5f, kMotionDynamic, 0);
+    ball = entityAt(0, 1.5f, 0);
+    physicsCreateSphere(ball, 0.5f, kMotionDynamic, 0);
   });
-  run(0.2f);
-  EXPECT_EQ(calls, 1);  // the other boxes' events were dropped with them
+  run(1);
+  // The other boxes' events went with them; the ball made meanwhile is heard when it lands.
+  ASSERT_EQ(events.size(), 2u);
+  EXPECT_EQ(events[1], (Event{ball, ground, 0}));
 }
 
 TEST_F(PhysicsWorld, RaysFindPickableBodiesIncludingQueryOnlyOnes) {
