@@ -154,16 +154,19 @@ std::optional<SweepHit> sweepCharacter(CharacterRecord& character, const btVecto
   if (!w || displacement.length2() == 0) return std::nullopt;
   const Quat& q = character.rotation;
   const btQuaternion rotation(q.x, q.y, q.z, q.w);
+  // The sweep reaches the padding past the end: a body the shape would end up closer to than
+  // the padding stops it short, and a step down onto a floor just that far below finds it.
+  const float reach = 1 + kCharacterPadding / displacement.length();
   FirstBlockingHit hit(from, displacement);
   w->dynamics->convexSweepTest(static_cast<const btConvexShape*>(character.shape.get()),
                                btTransform(rotation, from),
-                               btTransform(rotation, from + displacement), hit);
+                               btTransform(rotation, from + displacement * reach), hit);
   if (!hit.hasHit()) return std::nullopt;
   btVector3 normal = hit.m_hitNormalWorld.normalized();
   // Back along the way until the padding is kept along the normal. Bullet's sweeps stop a
   // little short of the surface, and a curved one falls away faster than its normal says, so
   // the gap is measured and the fraction corrected until it is the padding.
-  float fraction = hit.m_closestHitFraction;
+  float fraction = hit.m_closestHitFraction * reach;
   btScalar gap = 0;
   for (int attempt = 0; attempt < 4; ++attempt) {
     fraction = std::max(0.0f, fraction + (kCharacterPadding - gap) / normal.dot(displacement));
@@ -176,6 +179,8 @@ std::optional<SweepHit> sweepCharacter(CharacterRecord& character, const btVecto
     normal = closest.normal.normalized();
     if (std::fabs(gap - kCharacterPadding) < 1.0e-4f) break;
   }
+  // Only the padding's worth past the end was met, and no closer than the padding: no hit.
+  if (fraction >= 1) return std::nullopt;
   return SweepHit{fraction, toVec3(normal)};
 }
 

@@ -15,6 +15,8 @@ namespace talvero::scene3d::physics {
 namespace {
 
 const btVector3 kUp(0, 1, 0);
+// Contacts within 85° of up count toward the ground's normal.
+constexpr float kCosUpwardFacing = 0.08f;
 
 struct Constraint {
   size_t contact = 0;  // index in the contacts
@@ -220,10 +222,15 @@ void updateGroundState(CharacterRecord& character, bool anyVelocity) {
   const CharacterContact* best = nullptr;  // the most upward, walkable or not
   const CharacterContact* deepest = nullptr;
   bool walkable = false, upwardSteep = false;
+  // The ground's normal is the mean of every contact's that faces up at all: a floor alone
+  // reads as flat whatever the last bits of its normal say, and a step's edge beside it tilts
+  // the mean toward the step, the way up.
+  btVector3 normalSum(0, 0, 0);
   for (const CharacterContact& c : character.contacts) {
     if (!c.hadCollision) continue;
     if (!deepest || c.distance < deepest->distance) deepest = &c;
     if (!best || c.normal.y > best->normal.y) best = &c;
+    if (c.normal.y >= kCosUpwardFacing) normalSum += toBullet(c.normal);
     if (!isSlopeTooSteep(character, c.normal)) {
       walkable = true;
     } else if (c.normal.y > 1.0e-3f) {
@@ -232,7 +239,9 @@ void updateGroundState(CharacterRecord& character, bool anyVelocity) {
   }
   character.groundBody = best ? best->bodyId : 0;
   character.groundPosition = best ? best->position : Vec3{};
-  character.groundNormal = best ? best->normal : Vec3{};
+  character.groundNormal = !normalSum.fuzzyZero() ? toVec3(normalSum.normalized())
+                           : best                 ? best->normal
+                                                  : Vec3{};
   if (walkable) {
     character.groundState = kOnGround;
   } else if (upwardSteep &&

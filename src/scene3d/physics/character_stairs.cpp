@@ -18,6 +18,7 @@ constexpr float kStepForwardTest = 0.15f;
 // How far from the way forward the slope under the character may turn before the floor beyond
 // a step is looked for straight ahead instead: 75°.
 constexpr float kCosAngleForwardContact = 0.258819f;
+constexpr float kFlatGroundLean = 1.0e-3f;
 
 btVector3 horizontal(const btVector3& v) {
   return v - v.dot(kUp) * kUp;
@@ -86,9 +87,10 @@ void climbIfBlocked(CharacterRecord& character, float dt, const btVector3& veloc
       std::max(0.0f, horizontal(toBullet(character.position) - start).dot(direction));
   if (achieved + 1.0e-4f >= desiredLength || !canWalkStairs(character, velocity)) return;
   const btVector3 stepForward = direction * std::max(kMinStepForward, desiredLength - achieved);
-  // The floor further on is looked for up the slope the character stands on.
+  // The floor further on is looked for up the slope the character stands on. Ground flat to
+  // within a few hundredths of a degree has no way up: what its normal leans by is rounding.
   btVector3 test = horizontal(-toBullet(character.groundNormal));
-  test = test.fuzzyZero() ? direction : test.normalized();
+  test = test.length2() < kFlatGroundLean * kFlatGroundLean ? direction : test.normalized();
   if (test.dot(direction) < kCosAngleForwardContact) test = direction;
   walkStairs(character, dt, stepForward, test * kStepForwardTest);
 }
