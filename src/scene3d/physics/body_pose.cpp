@@ -139,6 +139,14 @@ Pose entityPose(uint32_t entity) {
   return pose;
 }
 
+bool finitePose(const Pose& p) {
+  for (const float v : {p.position.x, p.position.y, p.position.z, p.rotation.x, p.rotation.y,
+                        p.rotation.z, p.rotation.w, p.scale.x, p.scale.y, p.scale.z}) {
+    if (!std::isfinite(v)) return false;
+  }
+  return true;
+}
+
 filament::TransformManager* transformsOrNull() {
   return state().engine ? &state().engine->getTransformManager() : nullptr;
 }

@@ -75,6 +75,10 @@ uint32_t characterCreate(uint32_t entity, uint32_t shape, float maxSlopeDegrees)
   const Shape* found = shapeById(shape);
   if (!world() || !found) return 0;
   const Pose pose = entityPose(entity);
+  if (!finitePose(pose) || !std::isfinite(maxSlopeDegrees)) {
+    reportOnce("characterCreate", entity, "the pose and the slope must be finite");
+    return 0;
+  }
   CharacterRecord character;
   character.entity = entity;
   character.scale = pose.scale;

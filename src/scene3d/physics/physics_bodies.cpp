@@ -24,11 +24,6 @@ bool finite(std::initializer_list<float> values) {
   return std::all_of(values.begin(), values.end(), [](float v) { return std::isfinite(v); });
 }
 
-bool finitePose(const Pose& p) {
-  return finite({p.position.x, p.position.y, p.position.z, p.rotation.x, p.rotation.y, p.rotation.z,
-                 p.rotation.w, p.scale.x, p.scale.y, p.scale.z});
-}
-
 // The record of a live body, or one "unknown body" line for the row and id.
 BodyRecord* liveBody(const char* row, uint32_t id) {
   if (!world()) return nullptr;

@@ -160,6 +160,8 @@ void clearContactEvents();
 
 // The entity's world pose; the origin, unrotated and unscaled without a transform.
 Pose entityPose(uint32_t entity);
+// Whether every number of the pose is finite: a body or character is refused otherwise.
+bool finitePose(const Pose& pose);
 // The renderer's transforms; null with no engine.
 filament::TransformManager* transformsOrNull();
 // Writes rotation × scale and position as the entity's world matrix, through its parent; no
