@@ -55,10 +55,6 @@ mat4f poseMatrix(const Pose& pose) {
   return m;
 }
 
-float dot(const Quat& a, const Quat& b) {
-  return a.x * b.x + a.y * b.y + a.z * b.z + a.w * b.w;
-}
-
 }  // namespace
 
 namespace {

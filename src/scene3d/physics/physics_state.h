@@ -169,6 +169,10 @@ filament::TransformManager* transformsOrNull();
 void writeWorldTransform(filament::TransformManager& transforms, uint32_t entity, const Pose& pose);
 void writeWorldTransform(uint32_t entity, const Pose& pose);
 
+inline float dot(const Quat& a, const Quat& b) {
+  return a.x * b.x + a.y * b.y + a.z * b.z + a.w * b.w;
+}
+
 // From a towards b by t along the shorter arc, normalised; a straight blend when they nearly
 // agree.
 Quat slerp(const Quat& a, const Quat& b, float t);

@@ -129,10 +129,6 @@ void capturePoses(World& w) {
   }
 }
 
-float dot(const Quat& a, const Quat& b) {
-  return a.x * b.x + a.y * b.y + a.z * b.z + a.w * b.w;
-}
-
 double squaredDistance(const Vec3& a, const Vec3& b) {
   const double x = a.x - b.x, y = a.y - b.y, z = a.z - b.z;
   return x * x + y * y + z * z;
