@@ -17,28 +17,6 @@ using filament::math::mat4f;
 
 namespace {
 
-// The largest-diagonal method: the biggest of w, x, y, z is taken from the trace first, so
-// no division is by a small number.
-Quat quaternionOf(const mat3f& m) {
-  const float trace = m[0][0] + m[1][1] + m[2][2];
-  Quat q;
-  if (trace > 0) {
-    const float s = std::sqrt(trace + 1) * 2;
-    q = {(m[1][2] - m[2][1]) / s, (m[2][0] - m[0][2]) / s, (m[0][1] - m[1][0]) / s, s / 4};
-  } else if (m[0][0] > m[1][1] && m[0][0] > m[2][2]) {
-    const float s = std::sqrt(1 + m[0][0] - m[1][1] - m[2][2]) * 2;
-    q = {s / 4, (m[1][0] + m[0][1]) / s, (m[2][0] + m[0][2]) / s, (m[1][2] - m[2][1]) / s};
-  } else if (m[1][1] > m[2][2]) {
-    const float s = std::sqrt(1 + m[1][1] - m[0][0] - m[2][2]) * 2;
-    q = {(m[1][0] + m[0][1]) / s, s / 4, (m[2][1] + m[1][2]) / s, (m[2][0] - m[0][2]) / s};
-  } else {
-    const float s = std::sqrt(1 + m[2][2] - m[0][0] - m[1][1]) * 2;
-    q = {(m[2][0] + m[0][2]) / s, (m[2][1] + m[1][2]) / s, s / 4, (m[0][1] - m[1][0]) / s};
-  }
-  if (!std::isfinite(q.x + q.y + q.z + q.w)) return {};
-  return q;
-}
-
 // Rotation × scale and the position, written straight into the matrix's columns.
 mat4f poseMatrix(const Pose& pose) {
   const Quat& q = pose.rotation;
@@ -56,65 +34,6 @@ mat4f poseMatrix(const Pose& pose) {
 }
 
 }  // namespace
-
-namespace {
-
-// Polynomials over the only ranges interpolation needs, about 1e-7 from the library's
-// functions and several times faster. acos on [0, 1] (Abramowitz and Stegun 4.4.46).
-float acosOfUnit(float x) {
-  const float p =
-      ((((((-0.0012624911f * x + 0.0066700901f) * x - 0.0170881256f) * x + 0.0308918810f) * x -
-         0.0501743046f) *
-            x +
-        0.0889789874f) *
-           x -
-       0.2145988016f) *
-          x +
-      1.5707963050f;
-  return std::sqrt(1 - x) * p;
-}
-
-// Sine and cosine on [0, π/2], by their series to the 11th and 12th powers.
-void sinCosOfQuarter(float a, float& sine, float& cosine) {
-  const float a2 = a * a;
-  sine = a * (1 + a2 * (-1.0f / 6 +
-                        a2 * (1.0f / 120 + a2 * (-1.0f / 5040 +
-                                                 a2 * (1.0f / 362880 + a2 * (-1.0f / 39916800))))));
-  cosine = 1 + a2 * (-0.5f + a2 * (1.0f / 24 +
-                                   a2 * (-1.0f / 720 +
-                                         a2 * (1.0f / 40320 +
-                                               a2 * (-1.0f / 3628800 + a2 * (1.0f / 479001600))))));
-}
-
-}  // namespace
-
-Quat slerp(const Quat& a, const Quat& b, float t) {
-  float cosOmega = dot(a, b);
-  float sign = 1;
-  if (cosOmega < 0) {
-    cosOmega = -cosOmega;
-    sign = -1;
-  }
-  float scaleA = 1 - t, scaleB = sign * t;
-  if (1 - cosOmega > 0.0001f) {
-    // sin((1 - t)ω) / sin ω and sin(tω) / sin ω, with one angle's sine and cosine; ω is at
-    // most π/2 once the signs agree.
-    const float omega = acosOfUnit(cosOmega);
-    const float overSinOmega = 1 / std::sqrt(1 - cosOmega * cosOmega);
-    float sinT, cosT;
-    sinCosOfQuarter(t * omega, sinT, cosT);
-    scaleA = cosT - cosOmega * sinT * overSinOmega;
-    scaleB = sign * sinT * overSinOmega;
-  }
-  Quat q{scaleA * a.x + scaleB * b.x, scaleA * a.y + scaleB * b.y, scaleA * a.z + scaleB * b.z,
-         scaleA * a.w + scaleB * b.w};
-  const float norm = std::sqrt(dot(q, q));
-  if (norm > 0) {
-    const float inverse = 1 / norm;
-    q = {q.x * inverse, q.y * inverse, q.z * inverse, q.w * inverse};
-  }
-  return q;
-}
 
 Pose entityPose(uint32_t entity) {
   Pose pose;

@@ -3,6 +3,8 @@
 // The physics world's tables, shared by the files of src/scene3d/physics only. Bullet's types
 // are named here, never included: its headers stay in those files' sources.
 
+#include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <memory>
@@ -131,7 +133,11 @@ struct World {
   std::deque<BodyRecord> records;
   BodyEntries bodies;
   std::vector<uint32_t> kinematicIds;  // kinematic bodies, moved by their velocity
-  std::vector<std::pair<uint32_t, Pose>> interpolatedPoses;  // a frame's, kept for its memory
+  // A frame's interpolation, kept for its memory: the poses, and the rotations that turned,
+  // blended together, with the places of their poses.
+  std::vector<std::pair<uint32_t, Pose>> interpolatedPoses;
+  std::vector<Quat> turnedFrom, turnedTo, turned;
+  std::vector<size_t> turnedAt;
   float accumulator = 0;
   bool optimizeBroadphase = false;
 };
@@ -173,9 +179,34 @@ inline float dot(const Quat& a, const Quat& b) {
   return a.x * b.x + a.y * b.y + a.z * b.z + a.w * b.w;
 }
 
+// The rotation of a matrix with unit columns, indexed m[column][row], by the largest-diagonal
+// method: the biggest of w, x, y, z is taken from the trace first, so
+// no division is by a small number.
+template <class Columns>
+Quat quaternionOf(const Columns& m) {
+  const float trace = m[0][0] + m[1][1] + m[2][2];
+  Quat q;
+  if (trace > 0) {
+    const float s = std::sqrt(trace + 1) * 2;
+    q = {(m[1][2] - m[2][1]) / s, (m[2][0] - m[0][2]) / s, (m[0][1] - m[1][0]) / s, s / 4};
+  } else if (m[0][0] > m[1][1] && m[0][0] > m[2][2]) {
+    const float s = std::sqrt(1 + m[0][0] - m[1][1] - m[2][2]) * 2;
+    q = {s / 4, (m[1][0] + m[0][1]) / s, (m[2][0] + m[0][2]) / s, (m[1][2] - m[2][1]) / s};
+  } else if (m[1][1] > m[2][2]) {
+    const float s = std::sqrt(1 + m[1][1] - m[0][0] - m[2][2]) * 2;
+    q = {(m[1][0] + m[0][1]) / s, s / 4, (m[2][1] + m[1][2]) / s, (m[2][0] - m[0][2]) / s};
+  } else {
+    const float s = std::sqrt(1 + m[2][2] - m[0][0] - m[1][1]) * 2;
+    q = {(m[2][0] + m[0][2]) / s, (m[2][1] + m[1][2]) / s, s / 4, (m[0][1] - m[1][0]) / s};
+  }
+  if (!std::isfinite(q.x + q.y + q.z + q.w)) return {};
+  return q;
+}
+
 // From a towards b by t along the shorter arc, normalised; a straight blend when they nearly
-// agree.
+// agree. `slerpMany` blends `count` pairs by the same t into `out`, several at a time.
 Quat slerp(const Quat& a, const Quat& b, float t);
+void slerpMany(const Quat* from, const Quat* to, size_t count, float t, Quat* out);
 
 // Called by the world at its steps and its end.
 void updateCharacters(float dt);

@@ -125,7 +125,8 @@ void capturePoses(World& w) {
     entry.prevPosition = entry.currPosition;
     entry.prevRotation = entry.currRotation;
     entry.currPosition = toVec(transform.getOrigin());
-    entry.currRotation = toQuat(transform.getRotation());
+    // Bullet's own conversion costs a call and branches at every body of every frame.
+    entry.currRotation = quaternionOf(transform.getBasis().transpose());
   }
 }
 
@@ -144,13 +145,16 @@ bool same(const Quat& a, const Quat& b) {
   return a.x == b.x && a.y == b.y && a.z == b.z && a.w == b.w;
 }
 
-// The poses are worked out in one pass and written in another: with no call in between, the
-// processor overlaps the arithmetic of neighbouring bodies.
+// The poses are worked out first, the rotations that turned blended together, then all are
+// written: the arithmetic runs in long stretches with no call in between.
 void writeInterpolated(World& w, float alpha) {
   filament::TransformManager* transforms = transformsOrNull();
   if (!transforms) return;
-  std::vector<std::pair<uint32_t, Pose>>& poses = w.interpolatedPoses;
+  auto& poses = w.interpolatedPoses;
   poses.clear();
+  w.turnedFrom.clear();
+  w.turnedTo.clear();
+  w.turnedAt.clear();
   for (const auto& [entity, entry] : w.bodies) {
     if (!entry.moves) continue;
     // A body at rest does not touch its entity.
@@ -159,12 +163,17 @@ void writeInterpolated(World& w, float alpha) {
       continue;
     }
     // A body that did not turn keeps its rotation as it is, already of unit length.
-    const Quat rotation = same(entry.prevRotation, entry.currRotation)
-                              ? entry.currRotation
-                              : slerp(entry.prevRotation, entry.currRotation, alpha);
-    poses.emplace_back(
-        entity, Pose{lerp(entry.prevPosition, entry.currPosition, alpha), rotation, entry.scale});
+    if (!same(entry.prevRotation, entry.currRotation)) {
+      w.turnedAt.push_back(poses.size());
+      w.turnedFrom.push_back(entry.prevRotation);
+      w.turnedTo.push_back(entry.currRotation);
+    }
+    poses.emplace_back(entity, Pose{lerp(entry.prevPosition, entry.currPosition, alpha),
+                                    entry.currRotation, entry.scale});
   }
+  w.turned.resize(w.turnedAt.size());
+  slerpMany(w.turnedFrom.data(), w.turnedTo.data(), w.turned.size(), alpha, w.turned.data());
+  for (size_t i = 0; i < w.turned.size(); ++i) poses[w.turnedAt[i]].second.rotation = w.turned[i];
   for (const auto& [entity, pose] : poses) writeWorldTransform(*transforms, entity, pose);
 }
 

@@ -103,6 +103,21 @@ TEST_F(PhysicsWorld, InterpolatedRotationsTakeTheShorterArc) {
     EXPECT_NEAR(2 * std::acos(std::fabs(middle.w)) * 180 / 3.1415927f, 89.5f, 0.01f);
     EXPECT_NEAR(std::hypot(middle.y, middle.w), 1, 1e-5);
   }
+  // Blended together, each pair comes out as alone, the nearly equal ones straight.
+  const std::vector<Quat> from(6, Quat{0, 0, 0, 1});
+  std::vector<Quat> to;
+  for (const float degrees : {0.5f, 10.0f, 45.0f, 90.0f, 135.0f, 179.0f}) {
+    const float angle = degrees * 3.1415927f / 360;
+    to.push_back({std::sin(angle), 0, 0, std::cos(angle)});
+  }
+  std::vector<Quat> blended(6);
+  physics::slerpMany(from.data(), to.data(), 6, 0.25f, blended.data());
+  for (size_t i = 0; i < 6; ++i) {
+    const Quat alone = physics::slerp(from[i], to[i], 0.25f);
+    EXPECT_FLOAT_EQ(blended[i].x, alone.x);
+    EXPECT_FLOAT_EQ(blended[i].w, alone.w);
+    EXPECT_NEAR(std::atan2(alone.x, alone.w), std::atan2(to[i].x, to[i].w) / 4, 1e-6);
+  }
 }
 
 TEST_F(PhysicsWorld, ABoxFallsAndRestsWithoutBeingWrittenAgain) {
