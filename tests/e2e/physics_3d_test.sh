@@ -9,15 +9,13 @@ here=$(cd "$(dirname "$0")" && pwd)
 # shellcheck source=e2e_lib.sh
 source "$here/e2e_lib.sh"
 
-pidfile=$(mktemp)
-trap 'rm -f "$out" "$err" "$stamp" "$pidfile"' EXIT
-# The shell inside xvfb-run leaves its pid and becomes `timeout`, which passes a stop on.
-xvfb-run -a bash -c 'echo $$ >"$1"; exec timeout 60 "$2" --bundle "$3"' _ "$pidfile" "$binary" \
-  "$here/physics_3d" >"$out" 2>"$err" &
-runner=$!
-while kill -0 "$runner" 2>/dev/null && ! grep -qxF "[physics3d] done" "$out"; do sleep 0.1; done
-if [[ -s $pidfile ]]; then kill -TERM "$(cat "$pidfile")" 2>/dev/null; fi
-wait "$runner"
+# A shell on the X server stops the host, so the stop stays inside what xvfb-run waits for.
+xvfb-run -a bash -c '
+  timeout 60 "$1" --bundle "$2" &
+  host=$!
+  while kill -0 "$host" 2>/dev/null && ! grep -qxF "[physics3d] done" "$3"; do sleep 0.1; done
+  kill -TERM "$host" 2>/dev/null
+  wait "$host"' _ "$binary" "$here/physics_3d" "$out" >"$out" 2>"$err"
 expect_status $? 143 "the host, stopped after the script was done"
 
 grep -E '^\[(provenance|physics3d)\] ' "$out" | diff -u "$here/physics_3d.expected" - ||
