@@ -25,8 +25,8 @@ packages=(
   libfilament-dev libfilament-tools libstb-dev libepoxy-dev libx11-dev
   # 3D physics: Bullet (dynamics, collision and its math library)
   libbullet-dev
-  # 2D: the GL layer on epoxy, Mesa's drivers (llvmpipe under Xvfb)
-  libgl1-mesa-dri
+  # 2D: the GL layer on epoxy, Mesa's drivers (llvmpipe under Xvfb); physics on Box2D
+  libgl1-mesa-dri libbox2d-dev
   # fuzzing: clang with its libFuzzer and sanitizer runtimes
   clang libclang-rt-14-dev
 )
