@@ -51,7 +51,7 @@ TEST(ConvexHull, WeldsNearPointsAndRefusesWhatCannotMakeAPolygon) {
   EXPECT_TRUE(hullOf(std::vector<HullPoint>(9, HullPoint{})).empty());
   EXPECT_TRUE(hullOf({{0, 0}, {1, 1}, {2, 2}}).empty());                          // in a line
   EXPECT_TRUE(hullOf({{0, 0}, {1, 1}, {2, 2.008f}}).empty());                     // nearly so
-  EXPECT_TRUE(hullOf({{0, 0}, {0.01f, 0}, {0, 0.01f}, {0.01f, 0.01f}}).empty());  // a speck
+  EXPECT_TRUE(hullOf({{0, 0}, {0.01f, 0}, {0, 0.01f}, {0.01f, 0.01f}}).empty());  // a dot
   EXPECT_TRUE(hullOf({{0, 0}, {1, 0}, {NAN, 1}}).empty());
   EXPECT_TRUE(hullOf({{0, 0}, {1, 0}, {0, INFINITY}}).empty());
   // Eight points on a circle all stay.

@@ -36,7 +36,7 @@ btRigidBody* newBody(const Shape& shape, int motion, float mass, const Pose& pos
   btScalar bodyMass = 0;
   btVector3 inertia(0, 0, 0);
   if (motion == kMotionDynamic) {
-    const MassProperties properties = solidMassProperties(shape.spec, mass);
+    const MassProperties properties = solidMassProperties(shape.size, mass);
     bodyMass = static_cast<btScalar>(properties.mass);
     inertia = btVector3(static_cast<btScalar>(properties.inertia[0]),
                         static_cast<btScalar>(properties.inertia[1]),
@@ -122,9 +122,9 @@ uint32_t createBodyWithShape(const char* row, uint32_t entity, const Shape& shap
   return id;
 }
 
-uint32_t createWithTemporaryShape(const char* row, uint32_t entity, const PhysicsShapeSpec& spec,
+uint32_t createWithTemporaryShape(const char* row, uint32_t entity, const PhysicsShapeSize& size,
                                   int motion, float mass) {
-  const auto shape = makeShape(row, spec);
+  const auto shape = makeShape(row, size);
   return shape ? createBodyWithShape(row, entity, *shape, motion, mass, false, false) : 0;
 }
 

@@ -45,7 +45,7 @@ float sign(float v) {
 
 // Whether the local point is inside the shape, and the outward normal of the surface
 // nearest to it.
-bool insideShape(const PhysicsShapeSpec& s, const btVector3& p, btVector3& normal) {
+bool insideShape(const PhysicsShapeSize& s, const btVector3& p, btVector3& normal) {
   switch (s.kind) {
     case PhysicsShapeKind::box: {
       const float gaps[3] = {s.halfX - std::fabs(p.x()), s.halfY - std::fabs(p.y()),
@@ -94,7 +94,7 @@ struct OriginInside : btBroadphaseAabbCallback {
     if (!record || !record->pickable || (hit.record && hit.record->id < record->id)) return true;
     const btTransform& transform = object->getWorldTransform();
     btVector3 normal;
-    if (insideShape(record->shape.spec, transform.invXform(origin), normal)) {
+    if (insideShape(record->shape.size, transform.invXform(origin), normal)) {
       hit = {record, transform.getBasis() * normal, 0};
     }
     return true;

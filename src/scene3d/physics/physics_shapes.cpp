@@ -23,7 +23,7 @@ ShapeTable& table() {
   return shapes;
 }
 
-std::shared_ptr<btCollisionShape> bulletShape(const PhysicsShapeSpec& s) {
+std::shared_ptr<btCollisionShape> bulletShape(const PhysicsShapeSize& s) {
   switch (s.kind) {
     case PhysicsShapeKind::box: {
       // The margin is set after construction so the box keeps its outer size.
@@ -47,12 +47,12 @@ std::shared_ptr<btCollisionShape> bulletShape(const PhysicsShapeSpec& s) {
 
 }  // namespace
 
-std::optional<Shape> makeShape(const char* row, const PhysicsShapeSpec& spec) {
-  if (const auto refusal = shapeRefusal(spec)) {
+std::optional<Shape> makeShape(const char* row, const PhysicsShapeSize& size) {
+  if (const auto refusal = shapeRefusal(size)) {
     logLine(std::string("[creator-gl] ") + row + ": " + *refusal);
     return std::nullopt;
   }
-  return Shape{bulletShape(spec), spec};
+  return Shape{bulletShape(size), size};
 }
 
 const Shape* shapeById(uint32_t id) {
@@ -68,8 +68,8 @@ void clearShapes() {
 
 namespace {
 
-uint32_t keepShape(const char* row, const PhysicsShapeSpec& spec) {
-  auto shape = physics::makeShape(row, spec);
+uint32_t keepShape(const char* row, const PhysicsShapeSize& size) {
+  auto shape = physics::makeShape(row, size);
   if (!shape) return 0;
   auto& table = physics::table();
   const uint32_t id = table.nextId++;

@@ -58,7 +58,7 @@ struct Pose {
 
 struct Shape {
   std::shared_ptr<btCollisionShape> shape;
-  PhysicsShapeSpec spec;
+  PhysicsShapeSize size;
 };
 
 struct BodyRecord {
@@ -154,7 +154,7 @@ BodyRecord* recordOf(const btCollisionObject* object);
 // A shape of the table, or null.
 const Shape* shapeById(uint32_t id);
 // A new shape, unless refused (with a line for the row).
-std::optional<Shape> makeShape(const char* row, const PhysicsShapeSpec& spec);
+std::optional<Shape> makeShape(const char* row, const PhysicsShapeSize& size);
 void clearShapes();
 
 // Contact events: the pairs whose contact began or ended are noted during a step; after it,

@@ -7,7 +7,7 @@ namespace talvero::scene3d {
 
 namespace {
 
-bool allFinite(const PhysicsShapeSpec& s) {
+bool allFinite(const PhysicsShapeSize& s) {
   for (const float value : {s.halfX, s.halfY, s.halfZ, s.radius, s.halfHeight}) {
     if (!std::isfinite(value)) return false;
   }
@@ -18,7 +18,7 @@ constexpr double kPi = std::numbers::pi;
 
 }  // namespace
 
-std::optional<std::string> shapeRefusal(const PhysicsShapeSpec& s) {
+std::optional<std::string> shapeRefusal(const PhysicsShapeSize& s) {
   if (!allFinite(s)) return "sizes must be finite";
   switch (s.kind) {
     case PhysicsShapeKind::box:
@@ -42,7 +42,7 @@ std::optional<std::string> shapeRefusal(const PhysicsShapeSpec& s) {
   return "unknown shape";
 }
 
-double shapeVolume(const PhysicsShapeSpec& s) {
+double shapeVolume(const PhysicsShapeSize& s) {
   const double r = s.radius, h = s.halfHeight;
   switch (s.kind) {
     case PhysicsShapeKind::box:
@@ -57,7 +57,7 @@ double shapeVolume(const PhysicsShapeSpec& s) {
   return 0;
 }
 
-MassProperties solidMassProperties(const PhysicsShapeSpec& s, double mass) {
+MassProperties solidMassProperties(const PhysicsShapeSize& s, double mass) {
   const double volume = shapeVolume(s);
   const double density = mass > 0 && volume > 0 ? mass / volume : kDefaultDensity;
   MassProperties out;

@@ -9,7 +9,7 @@ namespace talvero::scene3d {
 // a capsule's half height is that of its cylinder part.
 enum class PhysicsShapeKind { box, sphere, cylinder, capsule };
 
-struct PhysicsShapeSpec {
+struct PhysicsShapeSize {
   PhysicsShapeKind kind = PhysicsShapeKind::box;
   float halfX = 0, halfY = 0, halfZ = 0;  // box
   float radius = 0;                       // sphere, cylinder, capsule
@@ -24,9 +24,9 @@ inline constexpr double kDefaultDensity = 1000;
 // Why the shape cannot be built, for a log line; nothing when it can. Sizes too small for the
 // margin, radii not above 0, a negative capsule height and any number that is not finite are
 // refused.
-std::optional<std::string> shapeRefusal(const PhysicsShapeSpec& shape);
+std::optional<std::string> shapeRefusal(const PhysicsShapeSize& shape);
 
-double shapeVolume(const PhysicsShapeSpec& shape);
+double shapeVolume(const PhysicsShapeSize& shape);
 
 // Mass and principal moments of inertia about x, y and z of the solid shape.
 struct MassProperties {
@@ -35,6 +35,6 @@ struct MassProperties {
 };
 
 // For `mass` above 0 the shape weighs that; otherwise it weighs kDefaultDensity × volume.
-MassProperties solidMassProperties(const PhysicsShapeSpec& shape, double mass);
+MassProperties solidMassProperties(const PhysicsShapeSize& shape, double mass);
 
 }  // namespace talvero::scene3d

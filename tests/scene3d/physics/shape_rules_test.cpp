@@ -9,23 +9,23 @@
 namespace talvero::scene3d {
 namespace {
 
-PhysicsShapeSpec box(float x, float y, float z) {
+PhysicsShapeSize box(float x, float y, float z) {
   return {PhysicsShapeKind::box, x, y, z};
 }
-PhysicsShapeSpec round(PhysicsShapeKind kind, float radius, float halfHeight = 0) {
+PhysicsShapeSize round(PhysicsShapeKind kind, float radius, float halfHeight = 0) {
   return {kind, 0, 0, 0, radius, halfHeight};
 }
 
 TEST(PhysicsShapes, TooSmallOrNonFiniteSizesAreRefused) {
   const float nan = std::numeric_limits<float>::quiet_NaN();
   using K = PhysicsShapeKind;
-  for (const PhysicsShapeSpec& refused :
+  for (const PhysicsShapeSize& refused :
        {box(0.05f, 1, 1), box(1, 0, 1), box(1, 1, nan), round(K::sphere, 0),
         round(K::sphere, INFINITY), round(K::cylinder, 0.04f, 1), round(K::cylinder, 1, 0.04f),
         round(K::capsule, 0, 1), round(K::capsule, 1, -0.1f), round(K::capsule, 1, nan)}) {
     EXPECT_TRUE(shapeRefusal(refused)) << int(refused.kind);
   }
-  for (const PhysicsShapeSpec& built :
+  for (const PhysicsShapeSize& built :
        {box(0.051f, 0.051f, 0.051f), round(K::sphere, 0.01f), round(K::cylinder, 0.05f, 0.05f),
         round(K::capsule, 0.3f, 0)}) {
     EXPECT_FALSE(shapeRefusal(built)) << int(built.kind);
