@@ -55,11 +55,8 @@ Pose entityPose(uint32_t entity) {
 }
 
 bool finitePose(const Pose& p) {
-  for (const float v : {p.position.x, p.position.y, p.position.z, p.rotation.x, p.rotation.y,
-                        p.rotation.z, p.rotation.w, p.scale.x, p.scale.y, p.scale.z}) {
-    if (!std::isfinite(v)) return false;
-  }
-  return true;
+  return allFinite({p.position.x, p.position.y, p.position.z, p.rotation.x, p.rotation.y,
+                    p.rotation.z, p.rotation.w, p.scale.x, p.scale.y, p.scale.z});
 }
 
 filament::TransformManager* transformsOrNull() {

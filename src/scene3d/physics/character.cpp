@@ -64,10 +64,6 @@ CharacterRecord* findCharacter(uint32_t id) {
   return found == characters().end() ? nullptr : &found->second;
 }
 
-bool finite(float x, float y, float z) {
-  return std::isfinite(x) && std::isfinite(y) && std::isfinite(z);
-}
-
 }  // namespace
 
 uint32_t characterCreate(uint32_t entity, uint32_t shape, float maxSlopeDegrees) {
@@ -105,7 +101,7 @@ void characterDestroy(uint32_t id) {
 void characterSetVelocity(uint32_t id, float x, float y, float z) {
   CharacterRecord* character = findCharacter(id);
   if (!character) return;
-  if (!finite(x, y, z)) {
+  if (!allFinite({x, y, z})) {
     reportOnce("characterSetVelocity", id, "velocity must be finite");
     return;
   }
@@ -128,7 +124,7 @@ int32_t characterGetGroundState(uint32_t id) {
 void characterSetPosition(uint32_t id, float x, float y, float z) {
   CharacterRecord* character = findCharacter(id);
   if (!character) return;
-  if (!finite(x, y, z)) {
+  if (!allFinite({x, y, z})) {
     reportOnce("characterSetPosition", id, "position must be finite");
     return;
   }

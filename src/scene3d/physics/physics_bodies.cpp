@@ -20,10 +20,6 @@ constexpr float kDamping = 0.05f;
 constexpr float kSleepLinearSpeed = 0.05f;
 constexpr float kSleepAngularSpeed = 0.05f;
 
-bool finite(std::initializer_list<float> values) {
-  return std::all_of(values.begin(), values.end(), [](float v) { return std::isfinite(v); });
-}
-
 // The record of a live body, or one "unknown body" line for the row and id.
 BodyRecord* liveBody(const char* row, uint32_t id) {
   if (!world()) return nullptr;
@@ -172,7 +168,7 @@ void physicsSetPickable(uint32_t body, bool pickable) {
 void physicsSetLinearVelocity(uint32_t body, float x, float y, float z) {
   BodyRecord* record = liveBody("physicsSetLinearVelocity", body);
   if (!record) return;
-  if (!finite({x, y, z})) {
+  if (!allFinite({x, y, z})) {
     reportOnce("physicsSetLinearVelocity", body, "velocity must be finite");
     return;
   }
@@ -210,7 +206,7 @@ void physicsGetLinearVelocity(uint32_t body, float* out3) {
 void physicsApplyImpulse(uint32_t body, float x, float y, float z) {
   BodyRecord* record = liveBody("physicsApplyImpulse", body);
   if (!record || record->motion != kMotionDynamic) return;
-  if (!finite({x, y, z})) {
+  if (!allFinite({x, y, z})) {
     reportOnce("physicsApplyImpulse", body, "impulse must be finite");
     return;
   }
@@ -221,7 +217,7 @@ void physicsApplyImpulse(uint32_t body, float x, float y, float z) {
 void physicsSetBodyPosition(uint32_t body, float x, float y, float z) {
   BodyRecord* record = liveBody("physicsSetBodyPosition", body);
   if (!record) return;
-  if (!finite({x, y, z})) {
+  if (!allFinite({x, y, z})) {
     reportOnce("physicsSetBodyPosition", body, "position must be finite");
     return;
   }

@@ -120,11 +120,9 @@ uint32_t physicsRaycast(float ox, float oy, float oz, float dx, float dy, float 
                         float maxDistance, float* out7) {
   World* w = world();
   if (!w) return 0;
-  for (const float v : {ox, oy, oz, dx, dy, dz, maxDistance}) {
-    if (!std::isfinite(v)) {
-      logLine("[creator-gl] physicsRaycast: origin, direction and distance must be finite");
-      return 0;
-    }
+  if (!allFinite({ox, oy, oz, dx, dy, dz, maxDistance})) {
+    logLine("[creator-gl] physicsRaycast: origin, direction and distance must be finite");
+    return 0;
   }
   const btVector3 from(ox, oy, oz);
   const btVector3 ray = btVector3(dx, dy, dz) * maxDistance;

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <initializer_list>
 #include <memory>
 #include <optional>
 #include <unordered_map>
@@ -166,6 +167,13 @@ void clearContactEvents();
 
 // The entity's world pose; the origin, unrotated and unscaled without a transform.
 Pose entityPose(uint32_t entity);
+inline bool allFinite(std::initializer_list<float> values) {
+  for (const float v : values) {
+    if (!std::isfinite(v)) return false;
+  }
+  return true;
+}
+
 // Whether every number of the pose is finite: a body or character is refused otherwise.
 bool finitePose(const Pose& pose);
 // The renderer's transforms; null with no engine.

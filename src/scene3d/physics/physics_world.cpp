@@ -276,7 +276,7 @@ bool hasPhysicsWorld() {
 
 void physicsConfigure(uint32_t maxBodies, float gx, float gy, float gz) {
   Settings& s = settings();
-  if (std::isfinite(gx) && std::isfinite(gy) && std::isfinite(gz)) {
+  if (allFinite({gx, gy, gz})) {
     s.gravity = {gx, gy, gz};
   } else {
     logLine("[creator-gl] physicsConfigure: gravity must be finite; kept");
