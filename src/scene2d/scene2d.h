@@ -76,6 +76,54 @@ int32_t c2dGetAnimationFrame(int32_t entity);
 using C2DAnimEventCallback = void (*)(int32_t entity, int32_t clip, int32_t kind);
 void c2dSetAnimEventCallback(C2DAnimEventCallback callback);
 
+// Tilemaps: an entity of kind 2 drawing a grid of cells from an atlas. `tiles` holds cols ×
+// rows atlas indexes, row 0 at the top; a negative cell is empty. 0 for a grid of no cells, a
+// tile size that is not finite or not above 0, more than 16,777,216 cells, or fewer than
+// cols × rows values in `tileCount` (those three with a line).
+int32_t c2dCreateTilemap(int32_t texture, int32_t cols, int32_t rows, int32_t atlasCols,
+                         int32_t atlasRows, const int32_t* tiles, size_t tileCount, float tileW,
+                         float tileH);
+void c2dSetTile(int32_t entity, int32_t x, int32_t y, int32_t tile);
+
+// 2D physics: one world for the process, in the script's length units, stepped by the frame.
+// Bodies are slots counted from 1; a bad slot or no world does nothing and gives the neutral
+// result, silently. Shapes that would break the solver are refused with a line.
+int32_t c2dPhysicsHasSupport();
+void c2dPhysicsConfigure(int32_t subSteps, float gravityX, float gravityY, float unitsPerMetre);
+// type 2 dynamic, 1 kinematic, anything else static. 0 with no world or a dead entity.
+int32_t c2dPhysicsCreateBody(int32_t entity, int32_t type);
+void c2dPhysicsRemoveBody(int32_t slot);
+void c2dPhysicsAddBox(int32_t slot, bool sensor, float halfWidth, float halfHeight, float centreX,
+                      float centreY, float density, float friction, float restitution);
+void c2dPhysicsAddCircle(int32_t slot, bool sensor, float radius, float centreX, float centreY,
+                         float density, float friction, float restitution);
+void c2dPhysicsAddCapsule(int32_t slot, bool sensor, float x1, float y1, float x2, float y2,
+                          float radius, float density, float friction, float restitution);
+void c2dPhysicsAddSegment(int32_t slot, float x1, float y1, float x2, float y2, float friction,
+                          float restitution);
+// `vertices` holds `floatCount` floats; the polygon takes the first `count` pairs (3 to 8).
+void c2dPhysicsAddPolygon(int32_t slot, const float* vertices, size_t floatCount, int32_t count,
+                          bool sensor, float density, float friction, float restitution);
+void c2dPhysicsSetLinearVelocity(int32_t slot, float x, float y);
+void c2dPhysicsSetAngularVelocity(int32_t slot, float radiansPerSecond);
+void c2dPhysicsGetLinearVelocity(int32_t slot, float out[2]);
+void c2dPhysicsApplyLinearImpulse(int32_t slot, float x, float y);
+void c2dPhysicsApplyForce(int32_t slot, float x, float y);
+void c2dPhysicsSetTransform(int32_t slot, float x, float y, float degrees);
+void c2dPhysicsSetFixedRotation(int32_t slot, bool on);
+void c2dPhysicsSetGravityScale(int32_t slot, float scale);
+void c2dPhysicsSetLinearDamping(int32_t slot, float damping);
+void c2dPhysicsSetBullet(int32_t slot, bool on);
+void c2dPhysicsSetEnabled(int32_t slot, bool on);
+// out: hit (1 or 0), entity, point x, point y, normal x, normal y, fraction; all 0 for no hit.
+void c2dPhysicsRaycastClosest(float x1, float y1, float x2, float y2, float out[7]);
+// The entity of the first shape holding the point, or 0.
+int32_t c2dPhysicsOverlapPoint(float x, float y);
+// type 0 contact begins, 1 contact ends, 2 sensor overlap begins, 3 ends (sensor first). Null
+// drops the events.
+using C2DPhysicsEventCallback = void (*)(int32_t entityA, int32_t entityB, int32_t type);
+void c2dSetPhysicsEventCallback(C2DPhysicsEventCallback callback);
+
 // Renderer and frame.
 void c2dInitGL();
 void c2dSetViewport(int32_t width, int32_t height);
@@ -102,7 +150,8 @@ struct C2DFrameStats {
 };
 const C2DFrameStats& c2dLastFrameStats();
 
-// The physics slots: 2D physics has no world in this build, so these do nothing.
+// The frame's physics: fixed steps for dt, then the entities of moving bodies posed between
+// the last two steps; the queued events go to the callback after the frame is submitted.
 void c2d_physicsStep(float dt);
 void c2d_physicsSyncForRender();
 void c2d_flushPhysicsEvents();
