@@ -27,6 +27,19 @@ void deliverAnimEvent(int32_t entity, int32_t clip, int32_t kind) {
       {NativeValue(NativeValue::Dict{{"entityId", entity}, {"clipId", clip}, {"type", kind}})});
 }
 
+// The physics event function, read anew at each event for the same reason: a handler may
+// clear or replace it while the frame's events are being delivered.
+ScriptValue& physicsEventFunction() {
+  static ScriptValue function;
+  return function;
+}
+
+void deliverPhysicsEvent(int32_t entityA, int32_t entityB, int32_t type) {
+  const ScriptValue function = physicsEventFunction();
+  if (function.empty()) return;
+  function.call({entityA, entityB, type});
+}
+
 bool isOf(const ScriptValue& value, const ScriptContext& context) {
   return !value.empty() && value.belongsTo(context);
 }
@@ -36,6 +49,8 @@ bool isOf(const ScriptValue& value, const ScriptContext& context) {
 Creator2DHandler::~Creator2DHandler() {
   animEventFunction() = ScriptValue();
   c2dSetAnimEventCallback(nullptr);
+  physicsEventFunction() = ScriptValue();
+  c2dSetPhysicsEventCallback(nullptr);
 }
 
 void Creator2DHandler::onUpdate(ScriptValue function) {
@@ -55,6 +70,16 @@ void Creator2DHandler::setOnAnimEvent(ScriptValue function) {
   }
   animEventFunction() = std::move(function);
   c2dSetAnimEventCallback(&deliverAnimEvent);
+}
+
+void Creator2DHandler::setOnPhysicsEvent(ScriptValue function) {
+  if (!function.isFunction()) {
+    physicsEventFunction() = ScriptValue();
+    c2dSetPhysicsEventCallback(nullptr);
+    return;
+  }
+  physicsEventFunction() = std::move(function);
+  c2dSetPhysicsEventCallback(&deliverPhysicsEvent);
 }
 
 void Creator2DHandler::setOnPointer(ScriptValue function) {
@@ -119,6 +144,10 @@ void Creator2DHandler::release(const ScriptContext& context) {
   if (isOf(animEventFunction(), context)) {
     animEventFunction() = ScriptValue();
     c2dSetAnimEventCallback(nullptr);
+  }
+  if (isOf(physicsEventFunction(), context)) {
+    physicsEventFunction() = ScriptValue();
+    c2dSetPhysicsEventCallback(nullptr);
   }
   const auto sceneContext = currentSceneContext.lock();
   if (sceneContext && sceneContext == context.state()) {

@@ -145,10 +145,68 @@ void addClipRows(ExportTable& exports) {
       });
 }
 
+// The script's orders put the sensor flag last and the sub-steps after the world's sizes.
+void addPhysicsRows(ExportTable& exports, Creator2DHandler& handler) {
+  Creator2DHandler* h = &handler;
+  exports.add("physicsHasSupport", [] { return c2dPhysicsHasSupport() != 0; })
+      .add("physicsConfigure",
+           [](float gx, float gy, float units, int32_t subSteps) {
+             c2dPhysicsConfigure(subSteps, gx, gy, units);
+           })
+      .add("setOnPhysicsEvent", [h](ScriptValue fn) { h->setOnPhysicsEvent(std::move(fn)); })
+      .add("physicsCreateBody", &c2dPhysicsCreateBody)
+      .add("physicsRemoveBody", &c2dPhysicsRemoveBody)
+      .add("physicsAddBox",
+           [](int32_t body, float hw, float hh, float cx, float cy, float density, float friction,
+              float restitution, bool sensor) {
+             c2dPhysicsAddBox(body, sensor, hw, hh, cx, cy, density, friction, restitution);
+           })
+      .add("physicsAddCircle",
+           [](int32_t body, float radius, float cx, float cy, float density, float friction,
+              float restitution, bool sensor) {
+             c2dPhysicsAddCircle(body, sensor, radius, cx, cy, density, friction, restitution);
+           })
+      .add("physicsAddCapsule",
+           [](int32_t body, float x1, float y1, float x2, float y2, float radius, float density,
+              float friction, float restitution, bool sensor) {
+             c2dPhysicsAddCapsule(body, sensor, x1, y1, x2, y2, radius, density, friction,
+                                  restitution);
+           })
+      .add("physicsAddSegment", &c2dPhysicsAddSegment)
+      .add("physicsAddPolygon",
+           [](int32_t body, ScriptValue vertices, int32_t count, float density, float friction,
+              float restitution, bool sensor) {
+             size_t length = 0;
+             const float* floats = elementsIn<float>(
+                 "physicsAddPolygon", vertices, TypedArrayKind::Float32, "a Float32Array", &length);
+             if (!floats) return;
+             c2dPhysicsAddPolygon(body, floats, length, count, sensor, density, friction,
+                                  restitution);
+           })
+      .add("physicsSetLinearVelocity", &c2dPhysicsSetLinearVelocity)
+      .add("physicsGetLinearVelocity", floatsRow<2>(&c2dPhysicsGetLinearVelocity))
+      .add("physicsSetAngularVelocity", &c2dPhysicsSetAngularVelocity)
+      .add("physicsApplyLinearImpulse", &c2dPhysicsApplyLinearImpulse)
+      .add("physicsApplyForce", &c2dPhysicsApplyForce)
+      .add("physicsSetTransform", &c2dPhysicsSetTransform)
+      .add("physicsSetFixedRotation", &c2dPhysicsSetFixedRotation)
+      .add("physicsSetGravityScale", &c2dPhysicsSetGravityScale)
+      .add("physicsSetLinearDamping", &c2dPhysicsSetLinearDamping)
+      .add("physicsSetBullet", &c2dPhysicsSetBullet)
+      .add("physicsSetEnabled", &c2dPhysicsSetEnabled)
+      .add("physicsRaycastClosest",
+           [](float x1, float y1, float x2, float y2) {
+             float out[7] = {};
+             c2dPhysicsRaycastClosest(x1, y1, x2, y2, out);
+             return NativeValue(Array(out, out + 7));
+           })
+      .add("physicsOverlapPoint", &c2dPhysicsOverlapPoint);
+}
+
 }  // namespace
 
-// Rows of tilemaps and 2D physics join the table in their places when those subsystems land;
-// until then they are absent rather than answering. `pickSprite` closes the table.
+// Rows of tilemaps join the table in their place when that subsystem lands; until then they
+// are absent rather than answering. `pickSprite` closes the table.
 Creator2DHandler::Creator2DHandler(CreatorUIStore& store)
     : ScriptHandler("_creator2d"), creatorUIStore(store) {
   canvasUploads = {&c2dCreateTextureFromRGBA, &c2dUpdateTextureFromRGBA};
@@ -157,6 +215,7 @@ Creator2DHandler::Creator2DHandler(CreatorUIStore& store)
   addEntityRows(exports_);
   addSpriteRows(exports_, *this);
   addClipRows(exports_);
+  addPhysicsRows(exports_, *this);
   exports_.add("pickSprite", &c2dPickSprite);
 }
 

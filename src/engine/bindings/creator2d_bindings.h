@@ -14,8 +14,8 @@ namespace talvero {
 class CreatorUIStore;
 
 // `_creator2d`, the script's door to 2D scenes. It holds no 2D state of its own: each row turns
-// script values into a call of the 2D layer. It keeps the script's update, pointer and clip
-// event functions and the context that opened the scene.
+// script values into a call of the 2D layer. It keeps the script's update, pointer, clip event
+// and physics event functions and the context that opened the scene.
 class Creator2DHandler : public ScriptHandler {
  public:
   explicit Creator2DHandler(CreatorUIStore& store);
@@ -28,6 +28,7 @@ class Creator2DHandler : public ScriptHandler {
   void onUpdate(ScriptValue function);
   void offUpdate(const ScriptValue& function);
   void setOnAnimEvent(ScriptValue function);
+  void setOnPhysicsEvent(ScriptValue function);
   void setOnPointer(ScriptValue function);
   void openScene(int32_t scene);
   void closeScene();
