@@ -9,10 +9,10 @@ var BUILT = "Built: the script engine, timers and animations, the native UI tree
     "node animations, toasts, widgets, flexbox layout), the services (fetch, web " +
     "sockets, local storage, file picking), the 3D foundation (scenes, entities, " +
     "transforms, unlit materials, textures, script-made meshes), 3D physics and 2D scenes " +
-    "(entities, camera, sprites, frame clips, picking, the batch renderer), canvas surfaces, " +
-    "SVG drawing and image nodes.";
-var NOT_BUILT = "Not built yet: media; 2D tilemaps and physics; in 3D, lights, " +
-    "GLB models and particles. Opening a project from a file or a URL is not built either.";
+    "(entities, camera, sprites, frame clips, picking, tilemaps, physics, the batch " +
+    "renderer), canvas surfaces, SVG drawing and image nodes.";
+var NOT_BUILT = "Not built yet: media; in 3D, lights, GLB models and particles. Opening a " +
+    "project from a file or a URL is not built either.";
 
 function text(content, style) {
   return {type: "text", _text: content, _style: style || {}};
@@ -283,11 +283,96 @@ function open3dPlayground() {
 
 // ---- The 2D playground ------------------------------------------------------------------
 // Critters wander over a meadow of y-sorted trees and rocks, stars circle a spinning coin on a
-// parent, and the coins' clip counts its loops. Drag pans the camera; a click tints the sprite
-// under it; buttons zoom and turn the camera.
+// parent, and the coins' clip counts its loops. A press drops a crate or a ball where it lands
+// in the world; they fall onto a tilemap floor, and a sensor zone tints what is inside it. Drag
+// pans the camera; buttons zoom and turn the camera.
 
 var playground2d = null;
 var CRITTERS = 300;
+var DROPPED_MAX = 120;
+var TILE = 32;
+var FLOOR_COLS = 40;
+var FLOOR_ROWS = 2;
+// The cells of the physics atlas, 16 points each: soil, grass, crate, ball, the sensor zone.
+var CELL_SOIL = 0, CELL_GRASS = 1, CELL_CRATE = 2, CELL_BALL = 3, CELL_ZONE = 4;
+
+function physicsAtlas() {
+  var strings = ["#6b4a2b", "#3f9b4a", "#c98b3a", "#e9edf2", "rgba(90, 160, 255, 0.35)"];
+  var commands = [];
+  [CELL_SOIL, CELL_GRASS, CELL_CRATE, CELL_ZONE].forEach(function (cell) {
+    commands.push(6, cell, 25, cell * 16, 0, 16, 16);
+  });
+  commands.push(6, CELL_BALL, 14, 20, CELL_BALL * 16 + 8, 8, 7.5, 0, 6.2832, 0, 23, 0);
+  return _creator2d.createTextureFromCanvas(
+      _creatorCanvas.rasterize(0, 80, 16, 1, new Float32Array(commands), commands.length,
+          strings));
+}
+
+function cellSprite(scene, atlas, cell, x, y, width, height) {
+  var entity = _creator2d.createEntity();
+  _creator2d.setSprite(entity, atlas);
+  _creator2d.setSpriteFramePx(entity, cell * 16, 0, 16, 16);
+  _creator2d.setSpriteSize(entity, width, height);
+  _creator2d.setPosition(entity, x, y);
+  _creator2d.setLayer(entity, 3);
+  _creator2d.addEntityToScene(scene, entity);
+  return entity;
+}
+
+// Layer 3: a grass-topped floor whose static body is its top and two walls, and a sensor zone
+// above it. Bodies are in points: 32 to the metre, gravity about twice the Earth's.
+function build2dPhysics(state) {
+  var atlas = physicsAtlas();
+  var tiles = new Int32Array(FLOOR_COLS * FLOOR_ROWS);
+  for (var c = 0; c < FLOOR_COLS; c++) {
+    tiles[c] = CELL_GRASS;
+    tiles[FLOOR_COLS + c] = CELL_SOIL;
+  }
+  var floor = _creator2d.createTilemap(atlas, FLOOR_COLS, FLOOR_ROWS, TILE, TILE, 5, 1, tiles);
+  var width = TILE * FLOOR_COLS, top = TILE * FLOOR_ROWS;
+  _creator2d.setPosition(floor, -width / 2, -200 - top);
+  _creator2d.setLayer(floor, 3);
+  _creator2d.addEntityToScene(state.scene, floor);
+
+  _creator2d.physicsConfigure(0, -640, 32, 4);
+  var ground = _creator2d.physicsCreateBody(floor, 0);
+  _creator2d.physicsAddSegment(ground, 0, top, width, top, 0.6, 0.1);
+  _creator2d.physicsAddSegment(ground, 0, top, 0, top + 600, 0.6, 0.1);
+  _creator2d.physicsAddSegment(ground, width, top, width, top + 600, 0.6, 0.1);
+
+  var zone = cellSprite(state.scene, atlas, CELL_ZONE, 160, -140, 240, 120);
+  _creator2d.setZ(zone, -1);
+  _creator2d.physicsAddBox(_creator2d.physicsCreateBody(zone, 0), 120, 60, 0, 0, 1, 0, 0, true);
+
+  state.atlas = atlas;
+  state.dropped = [];
+  state.drops = 0;
+  _creator2d.setOnPhysicsEvent(function (a, b, type) {
+    if (a !== zone) return;
+    if (type === 2) _creator2d.setSpriteColor(b, 1, 0.4, 0.4);
+    if (type === 3) _creator2d.setSpriteColor(b, 1, 1, 1);
+  });
+}
+
+// Crates and balls in turn; past the limit the oldest goes, its body first.
+function dropBody(p, world) {
+  var ball = p.drops++ % 2 === 1;
+  var size = ball ? 28 : 32;
+  var entity = cellSprite(p.scene, p.atlas, ball ? CELL_BALL : CELL_CRATE, world[0], world[1],
+      size, size);
+  var body = _creator2d.physicsCreateBody(entity, 2);
+  if (ball) {
+    _creator2d.physicsAddCircle(body, size / 2, 0, 0, 1, 0.4, 0.3, false);
+  } else {
+    _creator2d.physicsAddBox(body, size / 2, size / 2, 0, 0, 1, 0.6, 0.1, false);
+  }
+  p.dropped.push({entity: entity, body: body});
+  if (p.dropped.length > DROPPED_MAX) {
+    var oldest = p.dropped.shift();
+    _creator2d.physicsRemoveBody(oldest.body);
+    _creator2d.destroyEntity(oldest.entity);
+  }
+}
 
 function spriteAt(scene, texture, frame, x, y, layer) {
   var entity = _creator2d.createEntity();
@@ -336,8 +421,7 @@ function build2dScene(texture) {
   _creator2d.playAnimation(coin, _creator2d.defineAnimation(coin, frames, 8, true));
 
   var state = {scene: scene, ids: ids, positions: positions, velocities: velocities, hub: hub,
-    camera: {x: 0, y: 0, zoom: 1, rotation: 0}, loops: 0, label: null, press: null,
-    tinted: 0, turn: 0};
+    camera: {x: 0, y: 0, zoom: 1, rotation: 0}, loops: 0, label: null, press: null, turn: 0};
   _creator2d.setOnAnimEvent(function (event) {
     if (event.type !== 0) return;
     state.loops++;
@@ -345,6 +429,7 @@ function build2dScene(texture) {
       _creatorUI.updateNode(state.label._id, "text", "Coin loops: " + state.loops);
     }
   });
+  build2dPhysics(state);
   return state;
 }
 
@@ -370,27 +455,22 @@ function applyCamera() {
   _creator2d.cameraSetRotation(playground2d.scene, c.rotation);
 }
 
-// A drag pans by the world distance under the pointer; a press that barely moves is a click,
-// which tints the sprite under it.
+// A press drops a body at its place in the world; a drag pans by the world distance under the
+// pointer.
 function onPointer2d(phase, id, x, y) {
   var p = playground2d;
   var world = _creator2d.cameraScreenToWorld(p.scene, x, y);
   if (phase === 0) {
-    p.press = {x: x, y: y, world: world, moved: false};
+    p.press = {world: world};
+    dropBody(p, world);
     return;
   }
   if (!p.press) return;
   if (phase === 1) {
-    if (Math.abs(x - p.press.x) + Math.abs(y - p.press.y) > 4) p.press.moved = true;
     p.camera.x += p.press.world[0] - world[0];
     p.camera.y += p.press.world[1] - world[1];
     applyCamera();
     return;
-  }
-  if (!p.press.moved) {
-    if (p.tinted) _creator2d.setSpriteColor(p.tinted, 1, 1, 1);
-    p.tinted = _creator2d.pickSprite(p.scene, world[0], world[1]);
-    if (p.tinted) _creator2d.setSpriteColor(p.tinted, 1, 0.35, 0.35);
   }
   p.press = null;
 }
@@ -417,7 +497,8 @@ function playground2dScreen() {
     children: [
       text("2D playground", {color: "#ffffff", fontSize: 24, fontWeight: 600}),
       text(CRITTERS + " critters moved in one call per frame, a y-sorted meadow, stars on a " +
-          "turning parent and a clip. Drag to pan; click a sprite to tint it.",
+          "turning parent, a clip and physics. Press to drop a crate or a ball; the blue zone " +
+          "tints what enters it. Drag to pan.",
           {color: "#e6e8ee", fontSize: 14}),
       label,
       {type: "view", _style: {flexDirection: "row", gap: 8}, children: [
