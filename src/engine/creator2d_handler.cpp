@@ -27,14 +27,14 @@ void deliverAnimEvent(int32_t entity, int32_t clip, int32_t kind) {
       {NativeValue(NativeValue::Dict{{"entityId", entity}, {"clipId", clip}, {"type", kind}})});
 }
 
-// The physics event function, read anew at each event for the same reason: a handler may
-// clear or replace it while the frame's events are being delivered.
+// The physics event function, kept the same way.
 ScriptValue& physicsEventFunction() {
   static ScriptValue function;
   return function;
 }
 
 void deliverPhysicsEvent(int32_t entityA, int32_t entityB, int32_t type) {
+  // A copy: the function may clear or replace itself while the frame's events go out.
   const ScriptValue function = physicsEventFunction();
   if (function.empty()) return;
   function.call({entityA, entityB, type});
