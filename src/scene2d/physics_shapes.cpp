@@ -1,0 +1,195 @@
+#include <box2d/box2d.h>
+
+#include <cmath>
+#include <string>
+
+#include "scene2d/internal/physics_state.h"
+#include "scene2d/physics_hull.h"
+#include "scene2d/scene2d.h"
+
+// Shapes, checked before Box2D sees them: its asserts are live, and a degenerate polygon, a
+// box of no area or a number that is not finite would end the process or poison the solver.
+using namespace talvero::scene2d;
+
+namespace {
+
+// Half sizes below this give a polygon whose area Box2D refuses.
+constexpr float kMinHalfSize = 0.5f * kLinearSlop;
+
+struct Material {
+  float density, friction, restitution;
+};
+
+float metres(float length) {
+  return length / g_physics.units;
+}
+
+bool usableMaterial(const char* op, const Material& m) {
+  if (!finiteNumbers({m.density, m.friction, m.restitution}) || m.friction < 0) {
+    physicsLine(op, "density, friction and restitution must be finite, friction not below 0");
+    return false;
+  }
+  return true;
+}
+
+// A shape of the body in `slot`, with no fixtures yet.
+int32_t newShape(int32_t slot, bool sensor) {
+  PhysicsWorld& p = g_physics;
+  int32_t id;
+  if (!p.freeShapes.empty()) {
+    id = p.freeShapes.back();
+    p.freeShapes.pop_back();
+  } else {
+    id = static_cast<int32_t>(p.shapes.size());
+    p.shapes.emplace_back();
+  }
+  PhysShape& shape = p.shapes[id];
+  shape.alive = true;
+  shape.sensor = sensor;
+  shape.slot = slot;
+  shape.entity = p.bodies[slot].entity;
+  if (sensor) p.sensors.push_back(id);
+  return id;
+}
+
+// `density` as the script gave it: not above 0 means 1, and it grows with the square of the
+// units, so a body weighs the same whatever length the script measures in.
+void addFixture(int32_t shapeId, const b2Shape& geometry, const Material& m,
+                float densityShare = 1) {
+  PhysicsWorld& p = g_physics;
+  PhysShape& shape = p.shapes[shapeId];
+  b2FixtureDef def;
+  def.shape = &geometry;
+  def.density = (m.density > 0 ? m.density : 1) * p.units * p.units * densityShare;
+  def.friction = m.friction;
+  def.restitution = m.restitution;
+  def.isSensor = shape.sensor;
+  def.userData.pointer = static_cast<uintptr_t>(shapeId);
+  shape.fixtures.push_back(p.bodies[shape.slot].body->CreateFixture(&def));
+}
+
+void addBoxFixture(int32_t shapeId, float hw, float hh, b2Vec2 centre, float angle,
+                   const Material& m) {
+  b2PolygonShape box;
+  box.SetAsBox(hw, hh, centre, angle);
+  addFixture(shapeId, box, m);
+}
+
+}  // namespace
+
+void c2dPhysicsAddBox(int32_t slot, bool sensor, float halfWidth, float halfHeight, float centreX,
+                      float centreY, float density, float friction, float restitution) {
+  if (!livePhysBody(slot)) return;
+  const Material m{density, friction, restitution};
+  if (!finiteNumbers({halfWidth, halfHeight, centreX, centreY})) {
+    physicsLine("physicsAddBox", "sizes and centre must be finite");
+    return;
+  }
+  if (!(metres(halfWidth) >= kMinHalfSize && metres(halfHeight) >= kMinHalfSize)) {
+    physicsLine("physicsAddBox", "half sizes must be above 0 and at least 0.0025 metres");
+    return;
+  }
+  if (!usableMaterial("physicsAddBox", m)) return;
+  addBoxFixture(newShape(slot, sensor), metres(halfWidth), metres(halfHeight),
+                b2Vec2(metres(centreX), metres(centreY)), 0, m);
+}
+
+void c2dPhysicsAddCircle(int32_t slot, bool sensor, float radius, float centreX, float centreY,
+                         float density, float friction, float restitution) {
+  if (!livePhysBody(slot)) return;
+  const Material m{density, friction, restitution};
+  if (!finiteNumbers({radius, centreX, centreY})) {
+    physicsLine("physicsAddCircle", "radius and centre must be finite");
+    return;
+  }
+  if (!(metres(radius) > 0)) {
+    physicsLine("physicsAddCircle", "the radius must be above 0");
+    return;
+  }
+  if (!usableMaterial("physicsAddCircle", m)) return;
+  b2CircleShape circle;
+  circle.m_radius = metres(radius);
+  circle.m_p.Set(metres(centreX), metres(centreY));
+  addFixture(newShape(slot, sensor), circle, m);
+}
+
+void c2dPhysicsAddCapsule(int32_t slot, bool sensor, float x1, float y1, float x2, float y2,
+                          float radius, float density, float friction, float restitution) {
+  if (!livePhysBody(slot)) return;
+  const Material m{density, friction, restitution};
+  if (!finiteNumbers({x1, y1, x2, y2, radius})) {
+    physicsLine("physicsAddCapsule", "ends and radius must be finite");
+    return;
+  }
+  const b2Vec2 a(metres(x1), metres(y1)), b(metres(x2), metres(y2));
+  const float r = metres(radius);
+  const float halfLength = 0.5f * (b - a).Length();
+  const bool hasBody = halfLength >= kMinHalfSize;
+  if (!(r > 0) || (hasBody && r < kMinHalfSize)) {
+    physicsLine("physicsAddCapsule", "the radius must be above 0 and at least 0.0025 metres");
+    return;
+  }
+  if (!usableMaterial("physicsAddCapsule", m)) return;
+  // Two circles at half the density and the box between them weigh what the capsule does.
+  const int32_t shape = newShape(slot, sensor);
+  b2CircleShape end;
+  end.m_radius = r;
+  end.m_p = a;
+  addFixture(shape, end, m, 0.5f);
+  end.m_p = b;
+  addFixture(shape, end, m, 0.5f);
+  if (hasBody) {
+    const b2Vec2 d = b - a;
+    addBoxFixture(shape, halfLength, r, 0.5f * (a + b), std::atan2(d.y, d.x), m);
+  }
+}
+
+void c2dPhysicsAddSegment(int32_t slot, float x1, float y1, float x2, float y2, float friction,
+                          float restitution) {
+  if (!livePhysBody(slot)) return;
+  const Material m{1, friction, restitution};
+  if (!finiteNumbers({x1, y1, x2, y2})) {
+    physicsLine("physicsAddSegment", "the ends must be finite");
+    return;
+  }
+  const b2Vec2 a(metres(x1), metres(y1)), b(metres(x2), metres(y2));
+  if (!((b - a).Length() >= kLinearSlop)) {
+    physicsLine("physicsAddSegment", "the segment is shorter than 0.005 metres");
+    return;
+  }
+  if (!usableMaterial("physicsAddSegment", m)) return;
+  b2EdgeShape edge;
+  edge.SetTwoSided(a, b);
+  addFixture(newShape(slot, false), edge, m);
+}
+
+void c2dPhysicsAddPolygon(int32_t slot, const float* vertices, size_t floatCount, int32_t count,
+                          bool sensor, float density, float friction, float restitution) {
+  if (!livePhysBody(slot) || count < 3 || count > b2_maxPolygonVertices) return;
+  const Material m{density, friction, restitution};
+  if (!vertices || floatCount < static_cast<size_t>(count) * 2) {
+    physicsLine("physicsAddPolygon", ("the vertices hold " + std::to_string(floatCount) +
+                                      " numbers, fewer than " + std::to_string(count * 2))
+                                         .c_str());
+    return;
+  }
+  HullPoint points[b2_maxPolygonVertices];
+  for (int32_t i = 0; i < count; ++i) {
+    if (!finiteNumbers({vertices[2 * i], vertices[2 * i + 1]})) {
+      physicsLine("physicsAddPolygon", "a vertex is not finite");
+      return;
+    }
+    points[i] = {metres(vertices[2 * i]), metres(vertices[2 * i + 1])};
+  }
+  const std::vector<HullPoint> hull = convexHull(points, count, kLinearSlop);
+  if (hull.size() < 3) {
+    physicsLine("physicsAddPolygon", "the points make no polygon: in a line or too close");
+    return;
+  }
+  if (!usableMaterial("physicsAddPolygon", m)) return;
+  b2Vec2 corners[b2_maxPolygonVertices];
+  for (size_t i = 0; i < hull.size(); ++i) corners[i].Set(hull[i].x, hull[i].y);
+  b2PolygonShape polygon;
+  polygon.Set(corners, static_cast<int32>(hull.size()));
+  addFixture(newShape(slot, sensor), polygon, m);
+}
