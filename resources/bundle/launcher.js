@@ -340,7 +340,7 @@ function build2dPhysics(state) {
   _creator2d.physicsAddSegment(ground, 0, top, 0, top + 600, 0.6, 0.1);
   _creator2d.physicsAddSegment(ground, width, top, width, top + 600, 0.6, 0.1);
 
-  var zone = cellSprite(state.scene, atlas, CELL_ZONE, 160, -140, 240, 120);
+  var zone = cellSprite(state.scene, atlas, CELL_ZONE, 160, -110, 240, 120);
   _creator2d.setZ(zone, -1);
   _creator2d.physicsAddBox(_creator2d.physicsCreateBody(zone, 0), 120, 60, 0, 0, 1, 0, 0, true);
 
