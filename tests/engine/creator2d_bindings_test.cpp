@@ -10,6 +10,7 @@
 #include "main_queue_support.h"
 #include "platform/gpu/gfx.h"
 #include "runtime/buffers.h"
+#include "scene2d/internal/tables.h"
 #include "scene2d/scene2d.h"
 #include "test_support.h"
 #include "ui/ui_store.h"
@@ -57,7 +58,7 @@ TEST_F(Creator2DTest, TheTableHoldsExactlyTheRowsThisBuildServesInTheirOrder) {
             "setSpriteColor,setSpriteOpacity,setSpriteFlip,createTexture,getTextureWidth,"
             "getTextureHeight,destroyTexture,createTextureFromCanvas,updateTextureFromCanvas,"
             "setDefaultFilter,defineAnimation,playAnimation,stopAnimation,setAnimationSpeed,"
-            "getAnimationFrame,bulkSetPositions,pickSprite\"");
+            "getAnimationFrame,createTilemap,setTile,bulkSetPositions,pickSprite\"");
   EXPECT_EQ(value("[_creator2d.backend, _creator2d.version()]"), "[\"opengl\",1]");
 }
 
@@ -174,6 +175,25 @@ TEST_F(Creator2DTest, TypedArrayRowsRefuseOtherValuesAndReadOnlyWhatTheArraysHol
       "var clip = _creator2d.defineAnimation(e, new Float32Array(7), 10, true);");
   EXPECT_EQ(value("[_creator2d.getPosition(e), _creator2d.getPosition(f), clip]"),
             "[[1,2],[0,0],0]");
+}
+
+TEST_F(Creator2DTest, CreateTilemapTakesTileSizesBeforeTheAtlasAndTilesFromTheirOffset) {
+  ::testing::internal::CaptureStdout();
+  run("var plain = _creator2d.createTilemap(0, 2, 1, 8, 4, 3, 1, [0, 1]);"
+      "var empty = _creator2d.createTilemap(0, 2, 1, 8, 4, 3, 1, new Int32Array(0));"
+      "var map = _creator2d.createTilemap(0, 2, 1, 8, 4, 3, 0,"
+      "    new Int32Array([9, 5, 6]).subarray(1));"
+      "_creator2d.setTile(map, 1, 0, -1);");
+  EXPECT_EQ(::testing::internal::GetCapturedStdout(),
+            "[creator-2d] createTilemap: expected an Int32Array\n"
+            "[creator-2d] createTilemap: 2 x 1 needs 2 tiles, got 0\n");
+  EXPECT_EQ(value("[plain, empty]"), "[0,0]");
+  const scene2d::Entity2D* entity = scene2d::liveEntity(std::stoi(value("map")));
+  ASSERT_TRUE(entity && entity->tilemap);
+  const scene2d::Tilemap& map = *entity->tilemap;
+  EXPECT_EQ((std::vector<float>{map.tileW, map.tileH}), (std::vector<float>{8, 4}));
+  EXPECT_EQ((std::vector<int32_t>{map.atlasCols, map.atlasRows}), (std::vector<int32_t>{3, 1}));
+  EXPECT_EQ(map.tiles, (std::vector<int32_t>{5, -1}));
 }
 
 TEST_F(Creator2DTest, AFrameRunsUpdatesThenLoopsThenDeliversClipEventsAfterThePass) {
