@@ -50,6 +50,7 @@ case "$command" in
     "${headless[@]}" build/talvero_physics3d_bench
     build/talvero_physics2d_bench
     "${headless[@]}" build/talvero_2d_bench
+    build/talvero_tilemap_bench
     "${headless[@]}" build/talvero_canvas_bench
     exec "${headless[@]}" build/talvero_vlist_bench
     ;;

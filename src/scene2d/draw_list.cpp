@@ -23,13 +23,20 @@ void collectItems(const Scene2D& scene) {
   for (const int32_t id : scene.entities) {
     const Entity2D* entity = liveEntity(id);
     // Visibility is the entity's own: a hidden parent hides nothing.
-    if (!entity || !entity->visible || entity->kind != 1) continue;
-    const Texture2D* texture = liveTexture(entity->texture);
-    if (!texture || texture->width <= 0 || texture->height <= 0) continue;
+    if (!entity || !entity->visible) continue;
     DrawItem item;
+    if (entity->kind == 1) {
+      const Texture2D* texture = liveTexture(entity->texture);
+      if (!texture || texture->width <= 0 || texture->height <= 0) continue;
+      item.texture = entity->texture;
+    } else if (entity->kind == 2 && entity->tilemap) {
+      // A map whose texture died still goes in the list: its batch is skipped at draw.
+      item.texture = entity->tilemap->texture;
+    } else {
+      continue;
+    }
     item.entity = id;
     item.layer = entity->layer;
-    item.texture = entity->texture;
     item.world = entityWorldMatrix(id);
     const auto ySort = scene.ySortLayers.find(entity->layer);
     // On a y-sorted layer a lower entity draws later, over a higher one.
@@ -57,28 +64,9 @@ void sortItems() {
 
 void emitSprite(const DrawItem& item) {
   const Entity2D& entity = g_entities[item.entity];
-  const Texture2D& texture = g_textures[item.texture];
+  const Texture2D* texture = &g_textures[item.texture];
   float u0 = entity.u0, v0 = entity.v0, u1 = entity.u1, v1 = entity.v1;
-  const bool partOfTexture = u0 > 0 || v0 > 0 || u1 < 1 || v1 < 1;
-  // Linear filtering would blend in the neighbouring cell of an atlas at the rectangle's edge.
-  if (g_renderer.linearFilter && partOfTexture && texture.width >= 1 && texture.height >= 1) {
-    const float hu = 0.5f / texture.width;
-    const float hv = 0.5f / texture.height;
-    if (u0 < u1) {
-      u0 += hu;
-      u1 -= hu;
-    } else {
-      u0 -= hu;
-      u1 += hu;
-    }
-    if (v0 < v1) {
-      v0 += hv;
-      v1 -= hv;
-    } else {
-      v0 -= hv;
-      v1 += hv;
-    }
-  }
+  insetHalfTexel(texture, u0, v0, u1, v1);
   if (entity.flipX) std::swap(u0, u1);
   if (entity.flipY) std::swap(v0, v1);
   const float x0 = -entity.anchorX * entity.width;
@@ -90,6 +78,31 @@ void emitSprite(const DrawItem& item) {
 }
 
 }  // namespace
+
+void insetHalfTexel(const Texture2D* texture, float& u0, float& v0, float& u1, float& v1) {
+  const bool partOfTexture = u0 > 0 || v0 > 0 || u1 < 1 || v1 < 1;
+  // Linear filtering would blend in the neighbouring cell of an atlas at the rectangle's edge.
+  if (!g_renderer.linearFilter || !partOfTexture || !texture || !texture->alive ||
+      texture->width < 1 || texture->height < 1) {
+    return;
+  }
+  const float hu = 0.5f / texture->width;
+  const float hv = 0.5f / texture->height;
+  if (u0 < u1) {
+    u0 += hu;
+    u1 -= hu;
+  } else {
+    u0 -= hu;
+    u1 += hu;
+  }
+  if (v0 < v1) {
+    v0 += hv;
+    v1 -= hv;
+  } else {
+    v0 -= hv;
+    v1 += hv;
+  }
+}
 
 bool orderIsStableSorted(const std::vector<DrawItem>& items, const std::vector<uint32_t>& order) {
   if (order.size() != items.size()) return false;
@@ -123,7 +136,14 @@ void buildDrawList(const Scene2D& scene) {
   g_renderer.batches.clear();
   collectItems(scene);
   sortItems();
-  for (const uint32_t index : g_renderer.order) emitSprite(g_renderer.items[index]);
+  for (const uint32_t index : g_renderer.order) {
+    const DrawItem& item = g_renderer.items[index];
+    if (g_entities[item.entity].kind == 2) {
+      emitTilemap(item, scene);
+    } else {
+      emitSprite(item);
+    }
+  }
 }
 
 }  // namespace talvero::scene2d

@@ -17,15 +17,12 @@ b2Body* liveBox2DBody(int32_t slot) {
   return body ? body->body : nullptr;
 }
 
-// A setter's value, or false with a line when it is not a finite number.
+// A setter's values, or false with a line when one is not finite or so large that the solver's
+// squares would overflow.
 bool finiteValue(const char* op, std::initializer_list<float> values) {
-  for (const float v : values) {
-    if (!std::isfinite(v)) {
-      physicsLine(op, "the value is not a finite number; ignored");
-      return false;
-    }
-  }
-  return true;
+  if (finiteNumbers(values)) return true;
+  physicsLine(op, "the value is not finite or beyond 1e17; ignored");
+  return false;
 }
 
 // A velocity, force or impulse of the script, in metres.

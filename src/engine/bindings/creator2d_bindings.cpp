@@ -1,6 +1,7 @@
 #include "engine/bindings/creator2d_bindings.h"
 
 #include <algorithm>
+#include <cstdint>
 
 #include "runtime/log.h"
 #include "scene2d/scene2d.h"
@@ -129,6 +130,19 @@ void addClipRows(ExportTable& exports) {
       .add("stopAnimation", &c2dStopAnimation)
       .add("setAnimationSpeed", &c2dSetAnimationSpeed)
       .add("getAnimationFrame", &c2dGetAnimationFrame)
+      .add("createTilemap",
+           [](int32_t texture, int32_t cols, int32_t rows, float tileW, float tileH,
+              int32_t atlasCols, int32_t atlasRows, ScriptValue tiles) -> int32_t {
+             // Left as is by a refusal. An empty array has no data pointer but is no refusal:
+             // the core says how many cells it lacks.
+             size_t length = SIZE_MAX;
+             const int32_t* cells = elementsIn<int32_t>(
+                 "createTilemap", tiles, TypedArrayKind::Int32, "an Int32Array", &length);
+             if (length == SIZE_MAX) return 0;
+             return c2dCreateTilemap(texture, cols, rows, atlasCols, atlasRows, cells, length,
+                                     tileW, tileH);
+           })
+      .add("setTile", &c2dSetTile)
       .add("bulkSetPositions", [](ScriptValue ids, ScriptValue positions, int32_t count) {
         size_t idCount = 0;
         size_t floatCount = 0;
@@ -205,8 +219,7 @@ void addPhysicsRows(ExportTable& exports, Creator2DHandler& handler) {
 
 }  // namespace
 
-// Rows of tilemaps join the table in their place when that subsystem lands; until then they
-// are absent rather than answering. `pickSprite` closes the table.
+// `pickSprite` closes the table.
 Creator2DHandler::Creator2DHandler(CreatorUIStore& store)
     : ScriptHandler("_creator2d"), creatorUIStore(store) {
   canvasUploads = {&c2dCreateTextureFromRGBA, &c2dUpdateTextureFromRGBA};

@@ -74,6 +74,11 @@ void buildDrawList(const Scene2D& scene);
 bool orderIsStableSorted(const std::vector<DrawItem>& items, const std::vector<uint32_t>& order);
 void emitQuad(int32_t texture, const Mat23& m, float x0, float x1, float y0, float y1, float u0,
               float v0, float u1, float v1, const float color[4]);
+// Under linear filtering, a rectangle smaller than the whole of a live texture moves in by half
+// a texel at each edge, so that no texel beyond the edge is blended in.
+void insetHalfTexel(const Texture2D* texture, float& u0, float& v0, float& u1, float& v1);
+// The cells of a tilemap item within sight of the scene's camera, as quads of its texture.
+void emitTilemap(const DrawItem& item, const Scene2D& scene);
 
 // Main-thread CPU time in seconds.
 double threadCpuSeconds();

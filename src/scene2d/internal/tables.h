@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <unordered_map>
 #include <vector>
 
@@ -30,6 +31,16 @@ struct AnimEvent {
   int32_t kind = 0;  // 0 wrapped round, 1 ended
 };
 
+// A grid of cells drawn from a texture atlas, row 0 at the top. A cell is an atlas index counted
+// row by row from the atlas's top left; a negative cell is empty.
+struct Tilemap {
+  int32_t texture = 0;
+  int32_t cols = 0, rows = 0;
+  float tileW = 0, tileH = 0;
+  int32_t atlasCols = 1, atlasRows = 1;
+  std::vector<int32_t> tiles;  // cols × rows, row-major
+};
+
 struct Entity2D {
   bool alive = false;
   float x = 0, y = 0;
@@ -56,6 +67,7 @@ struct Entity2D {
   float clipTime = 0;
   float clipSpeed = 1;
   bool playing = false;
+  std::unique_ptr<Tilemap> tilemap;  // kind 2 only
 };
 
 struct Scene2D {
