@@ -46,27 +46,26 @@ class Creator2DTest : public ::testing::Test {
 };
 
 TEST_F(Creator2DTest, TheTableHoldsExactlyTheRowsThisBuildServesInTheirOrder) {
-  EXPECT_EQ(
-      value("Object.keys(_creator2d).join()"),
-      "\"backend,version,render,onUpdate,offUpdate,setOnAnimEvent,setOnPointer,"
-      "setClearColor,createScene,destroyScene,openScene,closeScene,sceneSetClearColor,"
-      "addEntityToScene,removeEntityFromScene,setLayerYSort,cameraSetPosition,"
-      "cameraSetZoom,cameraSetRotation,cameraScreenToWorld,cameraWorldToScreen,"
-      "createEntity,destroyEntity,setPosition,setRotation,setScale,setLayer,setZ,"
-      "setVisible,getPosition,setParent,getParent,getChildCount,getChild,"
-      "getWorldPosition,getWorldMatrix,worldToLocal,localToWorld,getLocalTransform,"
-      "setSprite,setSpriteFrame,setSpriteFramePx,setSpriteSize,setSpriteAnchor,"
-      "setSpriteColor,setSpriteOpacity,setSpriteFlip,createTexture,getTextureWidth,"
-      "getTextureHeight,destroyTexture,createTextureFromCanvas,updateTextureFromCanvas,"
-      "setDefaultFilter,defineAnimation,playAnimation,stopAnimation,setAnimationSpeed,"
-      "getAnimationFrame,createTilemap,setTile,bulkSetPositions,physicsHasSupport,physicsConfigure,"
-      "setOnPhysicsEvent,physicsCreateBody,physicsRemoveBody,physicsAddBox,"
-      "physicsAddCircle,physicsAddCapsule,physicsAddSegment,physicsAddPolygon,"
-      "physicsSetLinearVelocity,physicsGetLinearVelocity,physicsSetAngularVelocity,"
-      "physicsApplyLinearImpulse,physicsApplyForce,physicsSetTransform,"
-      "physicsSetFixedRotation,physicsSetGravityScale,physicsSetLinearDamping,"
-      "physicsSetBullet,physicsSetEnabled,physicsRaycastClosest,physicsOverlapPoint,"
-      "pickSprite\"");
+  EXPECT_EQ(value("Object.keys(_creator2d).join()"),
+            "\"backend,version,render,onUpdate,offUpdate,setOnAnimEvent,setOnPointer,"
+            "setClearColor,createScene,destroyScene,openScene,closeScene,sceneSetClearColor,"
+            "addEntityToScene,removeEntityFromScene,setLayerYSort,cameraSetPosition,"
+            "cameraSetZoom,cameraSetRotation,cameraScreenToWorld,cameraWorldToScreen,"
+            "createEntity,destroyEntity,setPosition,setRotation,setScale,setLayer,setZ,"
+            "setVisible,getPosition,setParent,getParent,getChildCount,getChild,"
+            "getWorldPosition,getWorldMatrix,worldToLocal,localToWorld,getLocalTransform,"
+            "setSprite,setSpriteFrame,setSpriteFramePx,setSpriteSize,setSpriteAnchor,"
+            "setSpriteColor,setSpriteOpacity,setSpriteFlip,createTexture,getTextureWidth,"
+            "getTextureHeight,destroyTexture,createTextureFromCanvas,updateTextureFromCanvas,"
+            "setDefaultFilter,defineAnimation,playAnimation,stopAnimation,setAnimationSpeed,"
+            "getAnimationFrame,createTilemap,setTile,bulkSetPositions,physicsHasSupport,"
+            "physicsConfigure,setOnPhysicsEvent,physicsCreateBody,physicsRemoveBody,physicsAddBox,"
+            "physicsAddCircle,physicsAddCapsule,physicsAddSegment,physicsAddPolygon,"
+            "physicsSetLinearVelocity,physicsGetLinearVelocity,physicsSetAngularVelocity,"
+            "physicsApplyLinearImpulse,physicsApplyForce,physicsSetTransform,"
+            "physicsSetFixedRotation,physicsSetGravityScale,physicsSetLinearDamping,"
+            "physicsSetBullet,physicsSetEnabled,physicsRaycastClosest,physicsOverlapPoint,"
+            "pickSprite\"");
   EXPECT_EQ(value("[_creator2d.backend, _creator2d.version()]"), "[\"opengl\",1]");
 }
 
@@ -202,172 +201,168 @@ TEST_F(Creator2DTest, CreateTilemapTakesTileSizesBeforeTheAtlasAndTilesFromTheir
   EXPECT_EQ((std::vector<float>{map.tileW, map.tileH}), (std::vector<float>{8, 4}));
   EXPECT_EQ((std::vector<int32_t>{map.atlasCols, map.atlasRows}), (std::vector<int32_t>{3, 1}));
   EXPECT_EQ(map.tiles, (std::vector<int32_t>{5, -1}));
+}
 
-  TEST_F(Creator2DTest, PhysicsRowsReachTheWorldInTheScriptsArgumentOrder) {
-    // A static box of half size 2 × 1 at the origin, a triangle read from a subarray's own offset
-    // at x 10, and a ball thrown sideways at x -10.
-    run("_creator2d.physicsConfigure(0, -10, 1, 4);"
-        "var ground = _creator2d.createEntity(), tri = _creator2d.createEntity(),"
-        "    ball = _creator2d.createEntity();"
-        "_creator2d.setPosition(tri, 10, 0); _creator2d.setPosition(ball, -10, 0);"
-        "var slots = [_creator2d.physicsCreateBody(ground, 0), _creator2d.physicsCreateBody(tri, "
-        "0),"
-        "             _creator2d.physicsCreateBody(ball, 2)];"
-        "_creator2d.physicsAddBox(slots[0], 2, 1, 0, 0, 1, 0.5, 0, false);"
-        "_creator2d.physicsAddPolygon(slots[1],"
-        "    new Float32Array([99, 99, -1, -1, 1, -1, 0, 1]).subarray(2), 3, 1, 0.5, 0, false);"
-        "_creator2d.physicsAddCircle(slots[2], 0.5, 0, 0, 1, 0.5, 0, false);"
-        "_creator2d.physicsSetLinearVelocity(slots[2], 3, 4);"
-        "function rounded(values) { return values.map(function (v) {"
-        "  return Math.round(v * 1000) / 1000; }); }");
-    EXPECT_EQ(value("[_creator2d.physicsHasSupport(), slots, _creator2d.physicsGetLinearVelocity("
-                    "slots[2])]"),
-              "[true,[1,2,3],[3,4]]");
-    // Straight down onto the box's top at y 1: hit, entity, point, normal, fraction.
-    EXPECT_EQ(value("rounded(_creator2d.physicsRaycastClosest(0, 5, 0, -5))"
-                    ".map(function (v, i) { return i === 1 && v === ground ? 'ground' : v; })"),
-              "[1,\"ground\",0,1,0,1,0.4]");
-    EXPECT_EQ(value("_creator2d.physicsRaycastClosest(50, 50, 60, 50)"), "[0,0,0,0,0,0,0]");
-    // Inside the triangle as given; outside the one the whole buffer would have made.
-    EXPECT_EQ(value("_creator2d.physicsOverlapPoint(10, 0.5) === tri"), "true");
+TEST_F(Creator2DTest, PhysicsRowsReachTheWorldInTheScriptsArgumentOrder) {
+  // A static box of half size 2 × 1 at the origin, a triangle read from a subarray's own offset
+  // at x 10, and a ball thrown sideways at x -10.
+  run("_creator2d.physicsConfigure(0, -10, 1, 4);"
+      "var ground = _creator2d.createEntity(), tri = _creator2d.createEntity(),"
+      "    ball = _creator2d.createEntity();"
+      "_creator2d.setPosition(tri, 10, 0); _creator2d.setPosition(ball, -10, 0);"
+      "var slots = [_creator2d.physicsCreateBody(ground, 0), _creator2d.physicsCreateBody(tri, 0),"
+      "             _creator2d.physicsCreateBody(ball, 2)];"
+      "_creator2d.physicsAddBox(slots[0], 2, 1, 0, 0, 1, 0.5, 0, false);"
+      "_creator2d.physicsAddPolygon(slots[1],"
+      "    new Float32Array([99, 99, -1, -1, 1, -1, 0, 1]).subarray(2), 3, 1, 0.5, 0, false);"
+      "_creator2d.physicsAddCircle(slots[2], 0.5, 0, 0, 1, 0.5, 0, false);"
+      "_creator2d.physicsSetLinearVelocity(slots[2], 3, 4);"
+      "function rounded(values) { return values.map(function (v) {"
+      "  return Math.round(v * 1000) / 1000; }); }");
+  EXPECT_EQ(value("[_creator2d.physicsHasSupport(), slots, _creator2d.physicsGetLinearVelocity("
+                  "slots[2])]"),
+            "[true,[1,2,3],[3,4]]");
+  // Straight down onto the box's top at y 1: hit, entity, point, normal, fraction.
+  EXPECT_EQ(value("rounded(_creator2d.physicsRaycastClosest(0, 5, 0, -5))"
+                  ".map(function (v, i) { return i === 1 && v === ground ? 'ground' : v; })"),
+            "[1,\"ground\",0,1,0,1,0.4]");
+  EXPECT_EQ(value("_creator2d.physicsRaycastClosest(50, 50, 60, 50)"), "[0,0,0,0,0,0,0]");
+  // Inside the triangle as given; outside the one the whole buffer would have made.
+  EXPECT_EQ(value("_creator2d.physicsOverlapPoint(10, 0.5) === tri"), "true");
 
-    // Gravity pulls along y only.
-    for (int i = 0; i < 6; ++i) frame();
-    EXPECT_EQ(value("(function (v) { return [Math.round(v[0] * 1000) / 1000, v[1] < 4]; })("
-                    "_creator2d.physicsGetLinearVelocity(slots[2]))"),
-              "[3,true]");
-  }
+  // Gravity pulls along y only.
+  for (int i = 0; i < 6; ++i) frame();
+  EXPECT_EQ(value("(function (v) { return [Math.round(v[0] * 1000) / 1000, v[1] < 4]; })("
+                  "_creator2d.physicsGetLinearVelocity(slots[2]))"),
+            "[3,true]");
+}
 
-  TEST_F(Creator2DTest, APolygonFromAnythingButAFloat32ArrayAddsNothing) {
-    ::testing::internal::CaptureStdout();
-    run("_creator2d.physicsConfigure(0, -10, 1, 4);"
-        "var body = _creator2d.physicsCreateBody(_creator2d.createEntity(), 0);"
-        "_creator2d.physicsAddPolygon(body, [-1, -1, 1, -1, 0, 1], 3, 1, 0.5, 0, false);"
-        "_creator2d.physicsAddPolygon(body, new Float64Array([-1, -1, 1, -1, 0, 1]), 3, 1, 0.5, 0,"
-        "    false);");
-    EXPECT_EQ(::testing::internal::GetCapturedStdout(),
-              "[creator-2d] physicsAddPolygon: expected a Float32Array\n"
-              "[creator-2d] physicsAddPolygon: expected a Float32Array\n");
-    EXPECT_EQ(value("_creator2d.physicsOverlapPoint(0, 0)"), "0");
-  }
+TEST_F(Creator2DTest, APolygonFromAnythingButAFloat32ArrayAddsNothing) {
+  ::testing::internal::CaptureStdout();
+  run("_creator2d.physicsConfigure(0, -10, 1, 4);"
+      "var body = _creator2d.physicsCreateBody(_creator2d.createEntity(), 0);"
+      "_creator2d.physicsAddPolygon(body, [-1, -1, 1, -1, 0, 1], 3, 1, 0.5, 0, false);"
+      "_creator2d.physicsAddPolygon(body, new Float64Array([-1, -1, 1, -1, 0, 1]), 3, 1, 0.5, 0,"
+      "    false);");
+  EXPECT_EQ(::testing::internal::GetCapturedStdout(),
+            "[creator-2d] physicsAddPolygon: expected a Float32Array\n"
+            "[creator-2d] physicsAddPolygon: expected a Float32Array\n");
+  EXPECT_EQ(value("_creator2d.physicsOverlapPoint(0, 0)"), "0");
+}
 
-  // Two balls resting inside a sensor zone, with no gravity: the first step reports both visits.
-  TEST_F(Creator2DTest, PhysicsEventsReachTheFunctionAfterTheFrameAsThreeIntegers) {
-    run("var got = []; _creator2d.physicsConfigure(0, 0, 1, 4);"
-        "var zone = _creator2d.createEntity();"
-        "_creator2d.physicsAddBox(_creator2d.physicsCreateBody(zone, 0), 3, 3, 0, 0, 1, 0, 0, "
-        "true);"
-        "var balls = [], slots = [];"
-        "for (var i = 0; i < 2; i++) {"
-        "  balls.push(_creator2d.createEntity()); _creator2d.setPosition(balls[i], 2 * i - 1, 0);"
-        "  slots.push(_creator2d.physicsCreateBody(balls[i], 2));"
-        "  _creator2d.physicsAddCircle(slots[i], 0.5, 0, 0, 1, 0, 0, false);"
-        "}"
-        "var names = {}; names[zone] = 'zone'; names[balls[0]] = 'left'; names[balls[1]] = 'right';"
-        "_creator2d.setOnPhysicsEvent(function (a, b, type) {"
-        "  got.push([names[a], names[b], Number.isInteger(type) ? type : 'not'].join());"
-        "});");
-    for (int i = 0; i < 4; ++i) frame();
-    EXPECT_EQ(value("got.sort()"), "[\"zone,left,2\",\"zone,right,2\"]");
+// Two balls resting inside a sensor zone, with no gravity: the first step reports both visits.
+TEST_F(Creator2DTest, PhysicsEventsReachTheFunctionAfterTheFrameAsThreeIntegers) {
+  run("var got = []; _creator2d.physicsConfigure(0, 0, 1, 4);"
+      "var zone = _creator2d.createEntity();"
+      "_creator2d.physicsAddBox(_creator2d.physicsCreateBody(zone, 0), 3, 3, 0, 0, 1, 0, 0, true);"
+      "var balls = [], slots = [];"
+      "for (var i = 0; i < 2; i++) {"
+      "  balls.push(_creator2d.createEntity()); _creator2d.setPosition(balls[i], 2 * i - 1, 0);"
+      "  slots.push(_creator2d.physicsCreateBody(balls[i], 2));"
+      "  _creator2d.physicsAddCircle(slots[i], 0.5, 0, 0, 1, 0, 0, false);"
+      "}"
+      "var names = {}; names[zone] = 'zone'; names[balls[0]] = 'left'; names[balls[1]] = 'right';"
+      "_creator2d.setOnPhysicsEvent(function (a, b, type) {"
+      "  got.push([names[a], names[b], Number.isInteger(type) ? type : 'not'].join());"
+      "});");
+  for (int i = 0; i < 4; ++i) frame();
+  EXPECT_EQ(value("got.sort()"), "[\"zone,left,2\",\"zone,right,2\"]");
 
-    // The function is read anew for each event: one that clears itself gets the first of the
-    // two ends queued by the same step, and nothing after it.
-    run("got = []; _creator2d.setOnPhysicsEvent(function (a, b, type) {"
-        "  got.push(type); _creator2d.setOnPhysicsEvent(0); });"
-        "_creator2d.physicsSetTransform(slots[0], 20, 0, 0);"
-        "_creator2d.physicsSetTransform(slots[1], -20, 0, 0);");
-    for (int i = 0; i < 4; ++i) frame();
-    EXPECT_EQ(value("got"), "[3]");
-  }
+  // The function is read anew for each event: one that clears itself gets the first of the
+  // two ends queued by the same step, and nothing after it.
+  run("got = []; _creator2d.setOnPhysicsEvent(function (a, b, type) {"
+      "  got.push(type); _creator2d.setOnPhysicsEvent(0); });"
+      "_creator2d.physicsSetTransform(slots[0], 20, 0, 0);"
+      "_creator2d.physicsSetTransform(slots[1], -20, 0, 0);");
+  for (int i = 0; i < 4; ++i) frame();
+  EXPECT_EQ(value("got"), "[3]");
+}
 
-  TEST_F(Creator2DTest, AFrameRunsUpdatesThenLoopsThenDeliversClipEventsAfterThePass) {
-    run("var order = []; var e = _creator2d.createEntity();"
-        "_creator2d.playAnimation(e, _creator2d.defineAnimation(e, new Float32Array(4), 1000, "
-        "true));"
-        "_creator2d.setOnAnimEvent(function (event) {"
-        "  order.push('event ' + [event.entityId, event.clipId, event.type]); });"
-        "_creator2d.onUpdate(function (dt) { order.push('update ' + dt); });"
-        "setLoop(function () { order.push('loop'); });");
-    frame();  // the first frame of the 2D clock has dt 0: the clip has not moved yet
-    run("order = [];");
-    frame();
-    EXPECT_EQ(value("order"), "[\"update 0.016\",\"loop\",\"event 1,0,0\"]");
-  }
+TEST_F(Creator2DTest, AFrameRunsUpdatesThenLoopsThenDeliversClipEventsAfterThePass) {
+  run("var order = []; var e = _creator2d.createEntity();"
+      "_creator2d.playAnimation(e, _creator2d.defineAnimation(e, new Float32Array(4), 1000, true));"
+      "_creator2d.setOnAnimEvent(function (event) {"
+      "  order.push('event ' + [event.entityId, event.clipId, event.type]); });"
+      "_creator2d.onUpdate(function (dt) { order.push('update ' + dt); });"
+      "setLoop(function () { order.push('loop'); });");
+  frame();  // the first frame of the 2D clock has dt 0: the clip has not moved yet
+  run("order = [];");
+  frame();
+  EXPECT_EQ(value("order"), "[\"update 0.016\",\"loop\",\"event 1,0,0\"]");
+}
 
-  TEST_F(Creator2DTest, UpdateFunctionsRunPerEntryAndOffUpdateRemovesEveryEqualOne) {
-    run("var runs = 0; function f() { runs++; } function g() {}"
-        "_creator2d.onUpdate(f); _creator2d.onUpdate(f); _creator2d.offUpdate(g);");
-    handler().runUpdates(0.016);
-    EXPECT_EQ(value("runs"), "2");
-    // Removed during a pass, a function still runs in that pass.
-    run("_creator2d.onUpdate(function () { _creator2d.offUpdate(f); });"
-        "_creator2d.onUpdate(f);");
-    handler().runUpdates(0.016);
-    EXPECT_EQ(value("runs"), "5");
-    handler().runUpdates(0.016);
-    EXPECT_EQ(value("runs"), "5");
-    EXPECT_EQ(handler().updateCallbacks.size(), 1u);
-  }
+TEST_F(Creator2DTest, UpdateFunctionsRunPerEntryAndOffUpdateRemovesEveryEqualOne) {
+  run("var runs = 0; function f() { runs++; } function g() {}"
+      "_creator2d.onUpdate(f); _creator2d.onUpdate(f); _creator2d.offUpdate(g);");
+  handler().runUpdates(0.016);
+  EXPECT_EQ(value("runs"), "2");
+  // Removed during a pass, a function still runs in that pass.
+  run("_creator2d.onUpdate(function () { _creator2d.offUpdate(f); });"
+      "_creator2d.onUpdate(f);");
+  handler().runUpdates(0.016);
+  EXPECT_EQ(value("runs"), "5");
+  handler().runUpdates(0.016);
+  EXPECT_EQ(value("runs"), "5");
+  EXPECT_EQ(handler().updateCallbacks.size(), 1u);
+}
 
-  TEST_F(Creator2DTest, OpeningAndClosingFollowTheStoreHooks) {
-    int opened = 0, closed = 0;
-    store().onOpen2dScene = [&] { ++opened; };
-    store().onClose2dScene = [&] { ++closed; };
-    store().renderPaused = true;
-    run("var s = _creator2d.createScene(); _creator2d.openScene(s);");
-    EXPECT_EQ(opened, 1);
-    EXPECT_FALSE(store().renderPaused);
-    EXPECT_EQ(c2dActiveScene(), 1);
-    store().readyToRender = true;
-    run("_creator2d.closeScene(); _creator2d.openScene(s);");
-    EXPECT_EQ(closed, 1);
-    EXPECT_EQ(opened, 2);
-    EXPECT_EQ(c2dActiveScene(), 1);
-    EXPECT_FALSE(store().readyToRender);
-  }
+TEST_F(Creator2DTest, OpeningAndClosingFollowTheStoreHooks) {
+  int opened = 0, closed = 0;
+  store().onOpen2dScene = [&] { ++opened; };
+  store().onClose2dScene = [&] { ++closed; };
+  store().renderPaused = true;
+  run("var s = _creator2d.createScene(); _creator2d.openScene(s);");
+  EXPECT_EQ(opened, 1);
+  EXPECT_FALSE(store().renderPaused);
+  EXPECT_EQ(c2dActiveScene(), 1);
+  store().readyToRender = true;
+  run("_creator2d.closeScene(); _creator2d.openScene(s);");
+  EXPECT_EQ(closed, 1);
+  EXPECT_EQ(opened, 2);
+  EXPECT_EQ(c2dActiveScene(), 1);
+  EXPECT_FALSE(store().readyToRender);
+}
 
-  TEST_F(Creator2DTest, ASessionsEndTakesItsFunctionsAndClosesTheSceneItOpened) {
-    int closed = 0;
-    store().onClose2dScene = [&] { ++closed; };
-    const ScriptContext first = context();
-    const ScriptContext second = ScriptContext::create();
-    engine.configure(second);
-    run("var ran = []; var s = _creator2d.createScene(); _creator2d.openScene(s);"
-        "_creator2d.onUpdate(function () { ran.push('first'); });"
-        "_creator2d.setOnPointer(function () { ran.push('pointer'); });"
-        "var e = _creator2d.createEntity();"
-        "_creator2d.playAnimation(e, _creator2d.defineAnimation(e, new Float32Array(4), 1000, "
-        "true));"
-        "_creator2d.setOnAnimEvent(function () { ran.push('event'); });"
-        // A ball inside a sensor zone: the first step has an event for the physics function.
-        "_creator2d.physicsConfigure(0, 0, 1, 4);"
-        "_creator2d.physicsAddBox(_creator2d.physicsCreateBody(_creator2d.createEntity(), 0),"
-        "    3, 3, 0, 0, 1, 0, 0, true);"
-        "var ball = _creator2d.physicsCreateBody(_creator2d.createEntity(), 2);"
-        "_creator2d.physicsAddCircle(ball, 0.5, 0, 0, 1, 0, 0, false);"
-        "_creator2d.setOnPhysicsEvent(function () { ran.push('physics'); });");
-    second.evaluate("var ran = []; _creator2d.onUpdate(function () { ran.push('second'); });");
-    engine.releaseResources(first);
-    EXPECT_EQ(closed, 1);
-    EXPECT_EQ(c2dActiveScene(), 0);
-    for (int i = 0; i < 4; ++i) frame();
-    handler().pointer(0, 1, 2);
-    EXPECT_EQ(value("ran"), "[]");
-    EXPECT_EQ(json(second, "ran.length"), "4");
-    // The tables outlive the session.
-    EXPECT_EQ(json(second, "_creator2d.getAnimationFrame(1) >= 0 && _creator2d.createScene()"),
-              "2");
+TEST_F(Creator2DTest, ASessionsEndTakesItsFunctionsAndClosesTheSceneItOpened) {
+  int closed = 0;
+  store().onClose2dScene = [&] { ++closed; };
+  const ScriptContext first = context();
+  const ScriptContext second = ScriptContext::create();
+  engine.configure(second);
+  run("var ran = []; var s = _creator2d.createScene(); _creator2d.openScene(s);"
+      "_creator2d.onUpdate(function () { ran.push('first'); });"
+      "_creator2d.setOnPointer(function () { ran.push('pointer'); });"
+      "var e = _creator2d.createEntity();"
+      "_creator2d.playAnimation(e, _creator2d.defineAnimation(e, new Float32Array(4), 1000, true));"
+      "_creator2d.setOnAnimEvent(function () { ran.push('event'); });"
+      // A ball inside a sensor zone: the first step has an event for the physics function.
+      "_creator2d.physicsConfigure(0, 0, 1, 4);"
+      "_creator2d.physicsAddBox(_creator2d.physicsCreateBody(_creator2d.createEntity(), 0),"
+      "    3, 3, 0, 0, 1, 0, 0, true);"
+      "var ball = _creator2d.physicsCreateBody(_creator2d.createEntity(), 2);"
+      "_creator2d.physicsAddCircle(ball, 0.5, 0, 0, 1, 0, 0, false);"
+      "_creator2d.setOnPhysicsEvent(function () { ran.push('physics'); });");
+  second.evaluate("var ran = []; _creator2d.onUpdate(function () { ran.push('second'); });");
+  engine.releaseResources(first);
+  EXPECT_EQ(closed, 1);
+  EXPECT_EQ(c2dActiveScene(), 0);
+  for (int i = 0; i < 4; ++i) frame();
+  handler().pointer(0, 1, 2);
+  EXPECT_EQ(value("ran"), "[]");
+  EXPECT_EQ(json(second, "ran.length"), "4");
+  // The tables outlive the session.
+  EXPECT_EQ(json(second, "_creator2d.getAnimationFrame(1) >= 0 && _creator2d.createScene()"), "2");
 
-    // A session that opened nothing leaves the open scene, and another's physics function, alone.
-    second.evaluate(
-        "_creator2d.openScene(1); var events = [];"
-        "_creator2d.setOnPhysicsEvent(function (a, b, type) { events.push(type); });");
-    engine.releaseResources(first);
-    EXPECT_EQ(c2dActiveScene(), 1);
-    run("_creator2d.physicsSetTransform(ball, 20, 0, 0)");
-    for (int i = 0; i < 4; ++i) frame();
-    EXPECT_EQ(json(second, "events"), "[3]");
-  }
+  // A session that opened nothing leaves the open scene, and another's physics function, alone.
+  second.evaluate(
+      "_creator2d.openScene(1); var events = [];"
+      "_creator2d.setOnPhysicsEvent(function (a, b, type) { events.push(type); });");
+  engine.releaseResources(first);
+  EXPECT_EQ(c2dActiveScene(), 1);
+  run("_creator2d.physicsSetTransform(ball, 20, 0, 0)");
+  for (int i = 0; i < 4; ++i) frame();
+  EXPECT_EQ(json(second, "events"), "[3]");
+}
 
 }  // namespace
 }  // namespace talvero
