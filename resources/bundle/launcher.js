@@ -320,7 +320,7 @@ function cellSprite(scene, atlas, cell, x, y, width, height) {
 }
 
 // Layer 3: a grass-topped floor whose static body is its top and two walls, and a sensor zone
-// above it. Bodies are in points: 32 to the metre, gravity about twice the Earth's.
+// on it. Bodies are in points: 32 to the metre, gravity about twice the Earth's.
 function build2dPhysics(state) {
   var atlas = physicsAtlas();
   var tiles = new Int32Array(FLOOR_COLS * FLOOR_ROWS);
@@ -340,7 +340,10 @@ function build2dPhysics(state) {
   _creator2d.physicsAddSegment(ground, 0, top, 0, top + 600, 0.6, 0.1);
   _creator2d.physicsAddSegment(ground, width, top, width, top + 600, 0.6, 0.1);
 
-  var zone = cellSprite(state.scene, atlas, CELL_ZONE, 160, -110, 240, 120);
+  // The zone stands on the floor, so what lands in it stays tinted; the floor is no visitor.
+  var zone = cellSprite(state.scene, atlas, CELL_ZONE, 160, -140, 240, 120);
+  // Under the critters, which it does not tint: they have no bodies.
+  _creator2d.setLayer(zone, 1);
   _creator2d.setZ(zone, -1);
   _creator2d.physicsAddBox(_creator2d.physicsCreateBody(zone, 0), 120, 60, 0, 0, 1, 0, 0, true);
 
@@ -348,7 +351,7 @@ function build2dPhysics(state) {
   state.dropped = [];
   state.drops = 0;
   _creator2d.setOnPhysicsEvent(function (a, b, type) {
-    if (a !== zone) return;
+    if (a !== zone || b === floor) return;
     if (type === 2) _creator2d.setSpriteColor(b, 1, 0.4, 0.4);
     if (type === 3) _creator2d.setSpriteColor(b, 1, 1, 1);
   });
