@@ -40,6 +40,26 @@ void deliverPhysicsEvent(int32_t entityA, int32_t entityB, int32_t type) {
   function.call({entityA, entityB, type});
 }
 
+// Keeps `function` in its slot and points the 2D layer's callback at the bridge; anything but a
+// function empties the slot and unhooks the callback.
+template <class Callback>
+void setEventFunction(ScriptValue& slot, ScriptValue function, void (*hook)(Callback),
+                      Callback bridge) {
+  const bool isFunction = function.isFunction();
+  slot = isFunction ? std::move(function) : ScriptValue();
+  hook(isFunction ? bridge : nullptr);
+}
+
+void setAnimFunction(ScriptValue function) {
+  setEventFunction(animEventFunction(), std::move(function), &c2dSetAnimEventCallback,
+                   &deliverAnimEvent);
+}
+
+void setPhysicsFunction(ScriptValue function) {
+  setEventFunction(physicsEventFunction(), std::move(function), &c2dSetPhysicsEventCallback,
+                   &deliverPhysicsEvent);
+}
+
 bool isOf(const ScriptValue& value, const ScriptContext& context) {
   return !value.empty() && value.belongsTo(context);
 }
@@ -47,10 +67,8 @@ bool isOf(const ScriptValue& value, const ScriptContext& context) {
 }  // namespace
 
 Creator2DHandler::~Creator2DHandler() {
-  animEventFunction() = ScriptValue();
-  c2dSetAnimEventCallback(nullptr);
-  physicsEventFunction() = ScriptValue();
-  c2dSetPhysicsEventCallback(nullptr);
+  setAnimFunction(ScriptValue());
+  setPhysicsFunction(ScriptValue());
 }
 
 void Creator2DHandler::onUpdate(ScriptValue function) {
@@ -63,23 +81,11 @@ void Creator2DHandler::offUpdate(const ScriptValue& function) {
 }
 
 void Creator2DHandler::setOnAnimEvent(ScriptValue function) {
-  if (!function.isFunction()) {
-    animEventFunction() = ScriptValue();
-    c2dSetAnimEventCallback(nullptr);
-    return;
-  }
-  animEventFunction() = std::move(function);
-  c2dSetAnimEventCallback(&deliverAnimEvent);
+  setAnimFunction(std::move(function));
 }
 
 void Creator2DHandler::setOnPhysicsEvent(ScriptValue function) {
-  if (!function.isFunction()) {
-    physicsEventFunction() = ScriptValue();
-    c2dSetPhysicsEventCallback(nullptr);
-    return;
-  }
-  physicsEventFunction() = std::move(function);
-  c2dSetPhysicsEventCallback(&deliverPhysicsEvent);
+  setPhysicsFunction(std::move(function));
 }
 
 void Creator2DHandler::setOnPointer(ScriptValue function) {
@@ -141,14 +147,8 @@ void Creator2DHandler::release(const ScriptContext& context) {
   std::erase_if(updateCallbacks,
                 [&](const ScriptValue& function) { return isOf(function, context); });
   if (isOf(pointerCallback, context)) pointerCallback = ScriptValue();
-  if (isOf(animEventFunction(), context)) {
-    animEventFunction() = ScriptValue();
-    c2dSetAnimEventCallback(nullptr);
-  }
-  if (isOf(physicsEventFunction(), context)) {
-    physicsEventFunction() = ScriptValue();
-    c2dSetPhysicsEventCallback(nullptr);
-  }
+  if (isOf(animEventFunction(), context)) setAnimFunction(ScriptValue());
+  if (isOf(physicsEventFunction(), context)) setPhysicsFunction(ScriptValue());
   const auto sceneContext = currentSceneContext.lock();
   if (sceneContext && sceneContext == context.state()) {
     c2dCloseScene();

@@ -59,17 +59,9 @@ int32_t c2dPhysicsCreateBody(int32_t entity, int32_t type) {
   def.type = type == 2 ? b2_dynamicBody : type == 1 ? b2_kinematicBody : b2_staticBody;
   def.position = toMetres(m.tx, m.ty);
   def.angle = angle;
-  int32_t slot;
-  if (!p.freeBodies.empty()) {
-    slot = p.freeBodies.back();
-    p.freeBodies.pop_back();
-  } else {
-    slot = static_cast<int32_t>(p.bodies.size());
-    p.bodies.emplace_back();
-  }
+  const int32_t slot = takeSlot(p.bodies, p.freeBodies);
   def.userData.pointer = static_cast<uintptr_t>(slot);
   PhysBody& body = p.bodies[slot];
-  body = PhysBody{};
   body.body = p.world->CreateBody(&def);
   body.entity = entity;
   body.alive = true;

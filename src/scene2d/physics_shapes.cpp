@@ -35,14 +35,7 @@ bool usableMaterial(const char* op, const Material& m) {
 // A shape of the body in `slot`, with no fixtures yet.
 int32_t newShape(int32_t slot, bool sensor) {
   PhysicsWorld& p = g_physics;
-  int32_t id;
-  if (!p.freeShapes.empty()) {
-    id = p.freeShapes.back();
-    p.freeShapes.pop_back();
-  } else {
-    id = static_cast<int32_t>(p.shapes.size());
-    p.shapes.emplace_back();
-  }
+  const int32_t id = takeSlot(p.shapes, p.freeShapes);
   PhysShape& shape = p.shapes[id];
   shape.alive = true;
   shape.sensor = sensor;

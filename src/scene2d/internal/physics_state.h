@@ -74,6 +74,21 @@ struct PhysicsWorld {
 
 extern PhysicsWorld g_physics;
 
+// A fresh record in `table`: the last freed one first, else a new one at the end.
+template <class Record>
+int32_t takeSlot(std::vector<Record>& table, std::vector<int32_t>& freed) {
+  int32_t slot;
+  if (!freed.empty()) {
+    slot = freed.back();
+    freed.pop_back();
+  } else {
+    slot = static_cast<int32_t>(table.size());
+    table.emplace_back();
+  }
+  table[slot] = Record{};
+  return slot;
+}
+
 // The live body of a slot, or null.
 PhysBody* livePhysBody(int32_t slot);
 // Finite and small enough that Box2D's squared lengths stay finite.
