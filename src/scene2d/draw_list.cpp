@@ -86,22 +86,14 @@ void insetHalfTexel(const Texture2D* texture, float& u0, float& v0, float& u1, f
       texture->width < 1 || texture->height < 1) {
     return;
   }
-  const float hu = 0.5f / texture->width;
-  const float hv = 0.5f / texture->height;
-  if (u0 < u1) {
-    u0 += hu;
-    u1 -= hu;
-  } else {
-    u0 -= hu;
-    u1 += hu;
-  }
-  if (v0 < v1) {
-    v0 += hv;
-    v1 -= hv;
-  } else {
-    v0 -= hv;
-    v1 += hv;
-  }
+  // Each edge moves towards the other, whichever way round the rectangle runs.
+  const auto inset = [](float& from, float& to, float half) {
+    const float step = from < to ? half : -half;
+    from += step;
+    to -= step;
+  };
+  inset(u0, u1, 0.5f / texture->width);
+  inset(v0, v1, 0.5f / texture->height);
 }
 
 bool orderIsStableSorted(const std::vector<DrawItem>& items, const std::vector<uint32_t>& order) {

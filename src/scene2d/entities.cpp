@@ -11,15 +11,7 @@ constexpr float kRadiansPerDegree = 0.017453292f;
 
 int32_t c2dCreateEntity() {
   if (g_entities.empty()) g_entities.emplace_back();
-  int32_t id;
-  if (!g_freeEntities.empty()) {
-    id = g_freeEntities.back();
-    g_freeEntities.pop_back();
-  } else {
-    id = static_cast<int32_t>(g_entities.size());
-    g_entities.emplace_back();
-  }
-  g_entities[id] = Entity2D{};
+  const int32_t id = takeSlot(g_entities, g_freeEntities);
   g_entities[id].alive = true;
   return id;
 }

@@ -5,6 +5,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "scene2d/internal/tables.h"
 #include "scene2d/scene2d.h"
 
 // The 2D physics world's records, shared by the physics sources. Box2D's types are named by
@@ -73,21 +74,6 @@ struct PhysicsWorld {
 };
 
 extern PhysicsWorld g_physics;
-
-// A fresh record in `table`: the last freed one first, else a new one at the end.
-template <class Record>
-int32_t takeSlot(std::vector<Record>& table, std::vector<int32_t>& freed) {
-  int32_t slot;
-  if (!freed.empty()) {
-    slot = freed.back();
-    freed.pop_back();
-  } else {
-    slot = static_cast<int32_t>(table.size());
-    table.emplace_back();
-  }
-  table[slot] = Record{};
-  return slot;
-}
 
 // The live body of a slot, or null.
 PhysBody* livePhysBody(int32_t slot);

@@ -99,6 +99,21 @@ extern float g_density;
 extern float g_clearColor[4];
 extern std::vector<AnimEvent> animEvents;
 
+// A fresh record in `table`: the last freed one first, else a new one at the end.
+template <class Record>
+int32_t takeSlot(std::vector<Record>& table, std::vector<int32_t>& freed) {
+  int32_t slot;
+  if (!freed.empty()) {
+    slot = freed.back();
+    freed.pop_back();
+  } else {
+    slot = static_cast<int32_t>(table.size());
+    table.emplace_back();
+  }
+  table[slot] = Record{};
+  return slot;
+}
+
 Entity2D* liveEntity(int32_t id);
 Scene2D* liveScene(int32_t id);
 Texture2D* liveTexture(int32_t id);
