@@ -355,6 +355,22 @@ TEST_F(Physics2D, BadShapesAreRefusedWithALineAndNeverReachBox2D) {
        true},
       {"zero segment", [&] { c2dPhysicsAddSegment(slot, 1, 1, 1, 1, 0, 0); }, true},
       {"negative friction", [&] { c2dPhysicsAddCircle(slot, false, 1, 0, 0, 1, -1, 0); }, true},
+      // Box2D would centre the inertia to 0 or below and assert.
+      {"small circle far out", [&] { c2dPhysicsAddCircle(slot, false, 0.004f, 1116, 0, 1, 0, 0); },
+       true},
+      {"small capsule far out, added while the body cannot turn",
+       [&] {
+         c2dPhysicsSetFixedRotation(slot, true);
+         c2dPhysicsAddCapsule(slot, false, 1116, 0, 0.04f, 0, 0.004f, 1, 0, 0);
+         c2dPhysicsSetFixedRotation(slot, false);
+       },
+       true},
+      {"box rounded flat far out",
+       [&] { c2dPhysicsAddBox(slot, false, 0.004f, 0.004f, 1e6f, 0, 1, 0, 0); }, true},
+      {"capsule too long for its radius",
+       [&] { c2dPhysicsAddCapsule(slot, false, 0, 0, -1e17f, 0.5f, 0.25f, 1, 0, 0); }, true},
+      {"mass past a float", [&] { c2dPhysicsAddBox(slot, false, 1e16f, 1e16f, 0, 0, 1e16f, 0, 0); },
+       true},
   };
   for (const Case& c : cases) {
     ::testing::internal::CaptureStdout();
