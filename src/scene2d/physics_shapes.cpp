@@ -88,6 +88,7 @@ bool keepsMass(int32_t slot, std::initializer_list<NewFixture> added, const Mate
     fixture.geometry->ComputeMass(&data, density);
     add(data, density);
     if (!(mass <= kLargest && inertia <= kLargest)) return false;
+    if (mass > 0 && mass < kSmallest) return false;  // its inverse would overflow a float
     if (inertia == 0) continue;  // Box2D then leaves the body without turning inertia
     const double centred = mass > 0 ? inertia - (centreX * centreX + centreY * centreY) / mass : 0;
     if (!(centred > kSmallest && centred > (count + 8) * kRounding * inertia)) return false;
@@ -140,8 +141,8 @@ void c2dPhysicsAddBox(int32_t slot, bool sensor, float halfWidth, float halfHeig
                       float centreY, float density, float friction, float restitution) {
   if (!livePhysBody(slot)) return;
   const Material m{density, friction, restitution};
-  if (!finiteNumbers({halfWidth, halfHeight, centreX, centreY})) {
-    physicsLine("physicsAddBox", "sizes and centre must be finite");
+  if (!withinReach({halfWidth, halfHeight, centreX, centreY})) {
+    physicsLine("physicsAddBox", "sizes and centre must be finite and within 100000 metres");
     return;
   }
   if (!(metres(halfWidth) >= kMinHalfSize && metres(halfHeight) >= kMinHalfSize)) {
@@ -160,8 +161,8 @@ void c2dPhysicsAddCircle(int32_t slot, bool sensor, float radius, float centreX,
                          float density, float friction, float restitution) {
   if (!livePhysBody(slot)) return;
   const Material m{density, friction, restitution};
-  if (!finiteNumbers({radius, centreX, centreY})) {
-    physicsLine("physicsAddCircle", "radius and centre must be finite");
+  if (!withinReach({radius, centreX, centreY})) {
+    physicsLine("physicsAddCircle", "radius and centre must be finite and within 100000 metres");
     return;
   }
   if (!(metres(radius) > 0)) {
@@ -180,8 +181,8 @@ void c2dPhysicsAddCapsule(int32_t slot, bool sensor, float x1, float y1, float x
                           float radius, float density, float friction, float restitution) {
   if (!livePhysBody(slot)) return;
   const Material m{density, friction, restitution};
-  if (!finiteNumbers({x1, y1, x2, y2, radius})) {
-    physicsLine("physicsAddCapsule", "ends and radius must be finite");
+  if (!withinReach({x1, y1, x2, y2, radius})) {
+    physicsLine("physicsAddCapsule", "ends and radius must be finite and within 100000 metres");
     return;
   }
   const b2Vec2 a(metres(x1), metres(y1)), b(metres(x2), metres(y2));
@@ -219,8 +220,8 @@ void c2dPhysicsAddSegment(int32_t slot, float x1, float y1, float x2, float y2, 
                           float restitution) {
   if (!livePhysBody(slot)) return;
   const Material m{1, friction, restitution};
-  if (!finiteNumbers({x1, y1, x2, y2})) {
-    physicsLine("physicsAddSegment", "the ends must be finite");
+  if (!withinReach({x1, y1, x2, y2})) {
+    physicsLine("physicsAddSegment", "the ends must be finite and within 100000 metres");
     return;
   }
   const b2Vec2 a(metres(x1), metres(y1)), b(metres(x2), metres(y2));
@@ -231,7 +232,6 @@ void c2dPhysicsAddSegment(int32_t slot, float x1, float y1, float x2, float y2, 
   if (!usableMaterial("physicsAddSegment", m)) return;
   b2EdgeShape edge;
   edge.SetTwoSided(a, b);
-  if (refusedForMass("physicsAddSegment", slot, {{&edge, 1}}, m)) return;
   addFixture(newShape(slot, false), edge, m);
 }
 
@@ -247,8 +247,8 @@ void c2dPhysicsAddPolygon(int32_t slot, const float* vertices, size_t floatCount
   }
   HullPoint points[b2_maxPolygonVertices];
   for (int32_t i = 0; i < count; ++i) {
-    if (!finiteNumbers({vertices[2 * i], vertices[2 * i + 1]})) {
-      physicsLine("physicsAddPolygon", "a vertex is not finite");
+    if (!withinReach({vertices[2 * i], vertices[2 * i + 1]})) {
+      physicsLine("physicsAddPolygon", "a vertex is not finite or beyond 100000 metres");
       return;
     }
     points[i] = {metres(vertices[2 * i]), metres(vertices[2 * i + 1])};

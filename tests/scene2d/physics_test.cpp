@@ -366,11 +366,12 @@ TEST_F(Physics2D, BadShapesAreRefusedWithALineAndNeverReachBox2D) {
        },
        true},
       {"box rounded flat far out",
-       [&] { c2dPhysicsAddBox(slot, false, 0.004f, 0.004f, 1e6f, 0, 1, 0, 0); }, true},
-      {"capsule too long for its radius",
-       [&] { c2dPhysicsAddCapsule(slot, false, 0, 0, -1e17f, 0.5f, 0.25f, 1, 0, 0); }, true},
-      {"mass past a float", [&] { c2dPhysicsAddBox(slot, false, 1e16f, 1e16f, 0, 0, 1e16f, 0, 0); },
-       true},
+       [&] { c2dPhysicsAddBox(slot, false, 0.0025f, 0.0025f, 9e4f, 9e4f, 1, 0, 0); }, true},
+      {"thin capsule turned far out",
+       [&] { c2dPhysicsAddCapsule(slot, false, 0, 0, 7e4f, 7e4f, 0.003f, 1, 0, 0); }, true},
+      {"too light", [&] { c2dPhysicsAddBox(slot, false, 1, 1, 10, 0, 1e-44f, 0, 0); }, true},
+      {"too heavy", [&] { c2dPhysicsAddBox(slot, false, 9e4f, 9e4f, 0, 0, 1e17f, 0, 0); }, true},
+      {"beyond reach", [&] { c2dPhysicsAddCircle(slot, false, 1, 100001, 0, 1, 0, 0); }, true},
   };
   for (const Case& c : cases) {
     ::testing::internal::CaptureStdout();
