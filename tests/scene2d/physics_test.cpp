@@ -395,6 +395,29 @@ TEST_F(Physics2D, BadShapesAreRefusedWithALineAndNeverReachBox2D) {
   EXPECT_EQ(c2dPhysicsOverlapPoint(22, 4.5f), 0);
 }
 
+TEST_F(Physics2D, PosesBeyondReachOrNotFiniteAreRefusedWithALine) {
+  world(100);
+  int32_t entity = 0;
+  ::testing::internal::CaptureStdout();
+  EXPECT_EQ(body(2, 1e7f + 100, 0), 0);  // just past 100000 metres
+  EXPECT_EQ(body(2, 0, std::nanf("")), 0);
+  const int32_t slot = body(2, 1e7f, -1e7f, &entity);
+  EXPECT_NE(slot, 0);
+  c2dPhysicsSetTransform(slot, 3e7f, 0, 0);
+  c2dPhysicsSetTransform(slot, 0, INFINITY, 0);
+  EXPECT_EQ(::testing::internal::GetCapturedStdout(),
+            "[creator-2d] physicsCreateBody: the entity's world position is not finite or beyond "
+            "100000 metres\n"
+            "[creator-2d] physicsCreateBody: the entity's world position is not finite or beyond "
+            "100000 metres\n"
+            "[creator-2d] physicsSetTransform: the pose is not finite or beyond 100000 metres; "
+            "ignored\n"
+            "[creator-2d] physicsSetTransform: the pose is not finite or beyond 100000 metres; "
+            "ignored\n");
+  frame(kH);
+  EXPECT_NEAR(worldPosition(entity)[0], 1e7f, 1);
+}
+
 TEST_F(Physics2D, RaysAndPointsFindShapesInScriptUnits) {
   for (const float units : {1.0f, 100.0f}) {
     resetPhysicsWorld();
