@@ -7,6 +7,9 @@
 
 namespace talvero::scene2d {
 
+// Here rather than beside the device code, so that the draw list stands without a device.
+Renderer g_renderer;
+
 namespace {
 
 // Strictly before, with the index as the last key, so that no two items compare equal.
@@ -53,7 +56,7 @@ void sortItems() {
   if (orderIsStableSorted(items, order)) return;
   order.resize(items.size());
   std::iota(order.begin(), order.end(), 0u);
-  std::stable_sort(order.begin(), order.end(), [&items](uint32_t a, uint32_t b) {
+  std::stable_sort(order.begin(), order.end(), [&](uint32_t a, uint32_t b) {
     const DrawItem& x = items[a];
     const DrawItem& y = items[b];
     if (x.layer != y.layer) return x.layer < y.layer;

@@ -51,8 +51,9 @@ int32_t c2dPhysicsCreateBody(int32_t entity, int32_t type) {
   if (!p.world || !liveEntity(entity)) return 0;
   const Mat23 m = entityWorldMatrix(entity);
   const float angle = std::atan2(m.b, m.a);
-  if (!finiteLength(m.tx) || !finiteLength(m.ty) || !std::isfinite(angle)) {
-    physicsLine("physicsCreateBody", "the entity's world position is not finite");
+  if (!withinReach({m.tx, m.ty}) || !std::isfinite(angle)) {
+    physicsLine("physicsCreateBody",
+                "the entity's world position is not finite or beyond 100000 metres");
     return 0;
   }
   b2BodyDef def;
@@ -126,8 +127,8 @@ void c2dPhysicsSetTransform(int32_t slot, float x, float y, float degrees) {
   PhysBody* body = livePhysBody(slot);
   if (!body) return;
   const float angle = degrees * kRadiansPerDegree;
-  if (!finiteLength(x) || !finiteLength(y) || !std::isfinite(angle)) {
-    physicsLine("physicsSetTransform", "the pose is not finite; ignored");
+  if (!withinReach({x, y}) || !std::isfinite(angle)) {
+    physicsLine("physicsSetTransform", "the pose is not finite or beyond 100000 metres; ignored");
     return;
   }
   body->body->SetTransform(toMetres(x, y), angle);

@@ -142,4 +142,23 @@ std::vector<HullPoint> convexHull(const HullPoint* points, int count, float line
   return hull;
 }
 
+bool areaSurvivesRounding(const HullPoint* corners, int count, double least) {
+  if (count < 3) return false;
+  // Sixteen units of a float's last place: each product's rounding, the differences' and the sum's.
+  constexpr double kRounding = 0x1p-20;
+  for (int from = 0; from < count; ++from) {
+    const HullPoint s = corners[from];
+    double area = 0, magnitude = 0;
+    for (int k = 1; k + 1 < count; ++k) {
+      const HullPoint p = corners[(from + k) % count], q = corners[(from + k + 1) % count];
+      const double e1x = double(p.x) - s.x, e1y = double(p.y) - s.y;
+      const double e2x = double(q.x) - s.x, e2y = double(q.y) - s.y;
+      area += 0.5 * (e1x * e2y - e1y * e2x);
+      magnitude += 0.5 * (std::fabs(e1x * e2y) + std::fabs(e1y * e2x));
+    }
+    if (!(area - kRounding * magnitude > least)) return false;
+  }
+  return true;
+}
+
 }  // namespace talvero::scene2d

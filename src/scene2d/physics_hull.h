@@ -18,4 +18,9 @@ inline constexpr float kLinearSlop = 0.005f;
 std::vector<HullPoint> convexHull(const HullPoint* points, int count,
                                   float linearSlop = kLinearSlop);
 
+// Whether a convex polygon's area, summed in floats over a fan of triangles from any of its
+// corners, surely comes out above `least`: in double, with the rounding of each cross product
+// allowed for. Box2D sums it so for its centroid and mass, and asserts on the result.
+bool areaSurvivesRounding(const HullPoint* corners, int count, double least);
+
 }  // namespace talvero::scene2d

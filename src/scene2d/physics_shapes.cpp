@@ -1,6 +1,7 @@
 #include <box2d/box2d.h>
 
 #include <cmath>
+#include <initializer_list>
 #include <string>
 
 #include "scene2d/internal/physics_state.h"
@@ -47,13 +48,70 @@ int32_t newShape(int32_t slot, bool sensor) {
 
 // `density` as the script gave it: not above 0 means 1, and it grows with the square of the
 // units, so a body weighs the same whatever length the script measures in.
+float fixtureDensity(const Material& m, float densityShare) {
+  return (m.density > 0 ? m.density : 1) * g_physics.units * g_physics.units * densityShare;
+}
+
+struct NewFixture {
+  const b2Shape* geometry;
+  float densityShare;
+};
+
+// Box2D centres a moving body's inertia in floats, as the inertia about the origin less mass ×
+// centre², each time a fixture is added: a shape small for its distance from the origin cancels
+// that to 0 or below, a heavy one overflows it, and either ends in an assert. The sums are
+// redone in double from Box2D's own figures for each shape, with room for their float rounding.
+bool keepsMass(int32_t slot, std::initializer_list<NewFixture> added, const Material& m) {
+  const b2Body* body = g_physics.bodies[slot].body;
+  if (body->GetType() != b2_dynamicBody) return true;
+  double mass = 0, centreX = 0, centreY = 0, inertia = 0;
+  int32_t count = 0;
+  const auto add = [&](const b2MassData& data, float density) {
+    if (density == 0) return;  // Box2D skips a fixture whose density underflowed
+    mass += data.mass;
+    centreX += static_cast<double>(data.mass) * data.center.x;
+    centreY += static_cast<double>(data.mass) * data.center.y;
+    inertia += data.I;
+    ++count;
+  };
+  for (const b2Fixture* f = body->GetFixtureList(); f; f = f->GetNext()) {
+    b2MassData data;
+    f->GetMassData(&data);
+    add(data, f->GetDensity());
+  }
+  constexpr double kLargest = 1e37;      // well inside a float, so its sums cannot overflow
+  constexpr double kSmallest = 1e-30;    // well above denormals, where precision is lost
+  constexpr double kRounding = 0x1p-23;  // two units of a float's last place
+  for (const NewFixture& fixture : added) {
+    b2MassData data;
+    const float density = fixtureDensity(m, fixture.densityShare);
+    fixture.geometry->ComputeMass(&data, density);
+    add(data, density);
+    if (!(mass <= kLargest && inertia <= kLargest)) return false;
+    if (mass > 0 && mass < kSmallest) return false;  // its inverse would overflow a float
+    if (inertia == 0) continue;  // Box2D then leaves the body without turning inertia
+    const double centred = mass > 0 ? inertia - (centreX * centreX + centreY * centreY) / mass : 0;
+    if (!(centred > kSmallest && centred > (count + 8) * kRounding * inertia)) return false;
+  }
+  return true;
+}
+
+bool refusedForMass(const char* op, int32_t slot, std::initializer_list<NewFixture> added,
+                    const Material& m) {
+  if (keepsMass(slot, added, m)) return false;
+  physicsLine(op,
+              "the shape is too heavy, too light, or too small for its distance from the body's "
+              "origin");
+  return true;
+}
+
 void addFixture(int32_t shapeId, const b2Shape& geometry, const Material& m,
                 float densityShare = 1) {
   PhysicsWorld& p = g_physics;
   PhysShape& shape = p.shapes[shapeId];
   b2FixtureDef def;
   def.shape = &geometry;
-  def.density = (m.density > 0 ? m.density : 1) * p.units * p.units * densityShare;
+  def.density = fixtureDensity(m, densityShare);
   def.friction = m.friction;
   def.restitution = m.restitution;
   def.isSensor = shape.sensor;
@@ -61,11 +119,20 @@ void addFixture(int32_t shapeId, const b2Shape& geometry, const Material& m,
   shape.fixtures.push_back(p.bodies[shape.slot].body->CreateFixture(&def));
 }
 
-void addBoxFixture(int32_t shapeId, float hw, float hh, b2Vec2 centre, float angle,
-                   const Material& m) {
+b2PolygonShape boxShape(float hw, float hh, b2Vec2 centre, float angle) {
   b2PolygonShape box;
   box.SetAsBox(hw, hh, centre, angle);
-  addFixture(shapeId, box, m);
+  return box;
+}
+
+// Far from the body's origin, or long and turned, a box's corners round in floats until Box2D
+// finds no area between them and asserts.
+bool keepsArea(const char* op, const b2PolygonShape& box) {
+  HullPoint corners[4];
+  for (int i = 0; i < 4; ++i) corners[i] = {box.m_vertices[i].x, box.m_vertices[i].y};
+  if (areaSurvivesRounding(corners, 4, b2_epsilon)) return true;
+  physicsLine(op, "the box is too thin for its length or its distance from the body's origin");
+  return false;
 }
 
 }  // namespace
@@ -74,8 +141,8 @@ void c2dPhysicsAddBox(int32_t slot, bool sensor, float halfWidth, float halfHeig
                       float centreY, float density, float friction, float restitution) {
   if (!livePhysBody(slot)) return;
   const Material m{density, friction, restitution};
-  if (!finiteNumbers({halfWidth, halfHeight, centreX, centreY})) {
-    physicsLine("physicsAddBox", "sizes and centre must be finite");
+  if (!withinReach({halfWidth, halfHeight, centreX, centreY})) {
+    physicsLine("physicsAddBox", "sizes and centre must be finite and within 100000 metres");
     return;
   }
   if (!(metres(halfWidth) >= kMinHalfSize && metres(halfHeight) >= kMinHalfSize)) {
@@ -83,16 +150,19 @@ void c2dPhysicsAddBox(int32_t slot, bool sensor, float halfWidth, float halfHeig
     return;
   }
   if (!usableMaterial("physicsAddBox", m)) return;
-  addBoxFixture(newShape(slot, sensor), metres(halfWidth), metres(halfHeight),
-                b2Vec2(metres(centreX), metres(centreY)), 0, m);
+  const b2PolygonShape box =
+      boxShape(metres(halfWidth), metres(halfHeight), b2Vec2(metres(centreX), metres(centreY)), 0);
+  if (!keepsArea("physicsAddBox", box)) return;
+  if (refusedForMass("physicsAddBox", slot, {{&box, 1}}, m)) return;
+  addFixture(newShape(slot, sensor), box, m);
 }
 
 void c2dPhysicsAddCircle(int32_t slot, bool sensor, float radius, float centreX, float centreY,
                          float density, float friction, float restitution) {
   if (!livePhysBody(slot)) return;
   const Material m{density, friction, restitution};
-  if (!finiteNumbers({radius, centreX, centreY})) {
-    physicsLine("physicsAddCircle", "radius and centre must be finite");
+  if (!withinReach({radius, centreX, centreY})) {
+    physicsLine("physicsAddCircle", "radius and centre must be finite and within 100000 metres");
     return;
   }
   if (!(metres(radius) > 0)) {
@@ -103,6 +173,7 @@ void c2dPhysicsAddCircle(int32_t slot, bool sensor, float radius, float centreX,
   b2CircleShape circle;
   circle.m_radius = metres(radius);
   circle.m_p.Set(metres(centreX), metres(centreY));
+  if (refusedForMass("physicsAddCircle", slot, {{&circle, 1}}, m)) return;
   addFixture(newShape(slot, sensor), circle, m);
 }
 
@@ -110,8 +181,8 @@ void c2dPhysicsAddCapsule(int32_t slot, bool sensor, float x1, float y1, float x
                           float radius, float density, float friction, float restitution) {
   if (!livePhysBody(slot)) return;
   const Material m{density, friction, restitution};
-  if (!finiteNumbers({x1, y1, x2, y2, radius})) {
-    physicsLine("physicsAddCapsule", "ends and radius must be finite");
+  if (!withinReach({x1, y1, x2, y2, radius})) {
+    physicsLine("physicsAddCapsule", "ends and radius must be finite and within 100000 metres");
     return;
   }
   const b2Vec2 a(metres(x1), metres(y1)), b(metres(x2), metres(y2));
@@ -124,25 +195,33 @@ void c2dPhysicsAddCapsule(int32_t slot, bool sensor, float x1, float y1, float x
   }
   if (!usableMaterial("physicsAddCapsule", m)) return;
   // Two circles at half the density and the box between them weigh what the capsule does.
-  const int32_t shape = newShape(slot, sensor);
-  b2CircleShape end;
-  end.m_radius = r;
-  end.m_p = a;
-  addFixture(shape, end, m, 0.5f);
-  end.m_p = b;
-  addFixture(shape, end, m, 0.5f);
-  if (hasBody) {
-    const b2Vec2 d = b - a;
-    addBoxFixture(shape, halfLength, r, 0.5f * (a + b), std::atan2(d.y, d.x), m);
+  b2CircleShape endA, endB;
+  endA.m_radius = endB.m_radius = r;
+  endA.m_p = a;
+  endB.m_p = b;
+  const b2Vec2 d = b - a;
+  const b2PolygonShape box =
+      hasBody ? boxShape(halfLength, r, 0.5f * (a + b), std::atan2(d.y, d.x)) : b2PolygonShape{};
+  if (hasBody && !keepsArea("physicsAddCapsule", box)) return;
+  if (refusedForMass(
+          "physicsAddCapsule", slot,
+          hasBody ? std::initializer_list<NewFixture>{{&endA, 0.5f}, {&endB, 0.5f}, {&box, 1}}
+                  : std::initializer_list<NewFixture>{{&endA, 0.5f}, {&endB, 0.5f}},
+          m)) {
+    return;
   }
+  const int32_t shape = newShape(slot, sensor);
+  addFixture(shape, endA, m, 0.5f);
+  addFixture(shape, endB, m, 0.5f);
+  if (hasBody) addFixture(shape, box, m);
 }
 
 void c2dPhysicsAddSegment(int32_t slot, float x1, float y1, float x2, float y2, float friction,
                           float restitution) {
   if (!livePhysBody(slot)) return;
   const Material m{1, friction, restitution};
-  if (!finiteNumbers({x1, y1, x2, y2})) {
-    physicsLine("physicsAddSegment", "the ends must be finite");
+  if (!withinReach({x1, y1, x2, y2})) {
+    physicsLine("physicsAddSegment", "the ends must be finite and within 100000 metres");
     return;
   }
   const b2Vec2 a(metres(x1), metres(y1)), b(metres(x2), metres(y2));
@@ -168,14 +247,15 @@ void c2dPhysicsAddPolygon(int32_t slot, const float* vertices, size_t floatCount
   }
   HullPoint points[b2_maxPolygonVertices];
   for (int32_t i = 0; i < count; ++i) {
-    if (!finiteNumbers({vertices[2 * i], vertices[2 * i + 1]})) {
-      physicsLine("physicsAddPolygon", "a vertex is not finite");
+    if (!withinReach({vertices[2 * i], vertices[2 * i + 1]})) {
+      physicsLine("physicsAddPolygon", "a vertex is not finite or beyond 100000 metres");
       return;
     }
     points[i] = {metres(vertices[2 * i]), metres(vertices[2 * i + 1])};
   }
   const std::vector<HullPoint> hull = convexHull(points, count, kLinearSlop);
-  if (hull.size() < 3) {
+  if (hull.size() < 3 ||
+      !areaSurvivesRounding(hull.data(), static_cast<int>(hull.size()), b2_epsilon)) {
     physicsLine("physicsAddPolygon", "the points make no polygon: in a line or too close");
     return;
   }
@@ -184,5 +264,6 @@ void c2dPhysicsAddPolygon(int32_t slot, const float* vertices, size_t floatCount
   for (size_t i = 0; i < hull.size(); ++i) corners[i].Set(hull[i].x, hull[i].y);
   b2PolygonShape polygon;
   polygon.Set(corners, static_cast<int32>(hull.size()));
+  if (refusedForMass("physicsAddPolygon", slot, {{&polygon, 1}}, m)) return;
   addFixture(newShape(slot, sensor), polygon, m);
 }

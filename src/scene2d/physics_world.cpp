@@ -90,6 +90,12 @@ bool finiteNumbers(std::initializer_list<float> values) {
   return std::all_of(values.begin(), values.end(), [](float v) { return finiteLength(v); });
 }
 
+bool withinReach(std::initializer_list<float> values) {
+  return std::all_of(values.begin(), values.end(), [](float v) {
+    return std::isfinite(v) && std::fabs(v / g_physics.units) <= kMaxReach;
+  });
+}
+
 void physicsLine(const char* op, const char* why) {
   logLine(std::string("[creator-2d] ") + op + ": " + why);
 }

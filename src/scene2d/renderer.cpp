@@ -9,8 +9,6 @@
 
 namespace talvero::scene2d {
 
-Renderer g_renderer;
-
 namespace {
 
 constexpr const char* kVertexSource = R"(#version 330 core

@@ -62,5 +62,27 @@ TEST(ConvexHull, WeldsNearPointsAndRefusesWhatCannotMakeAPolygon) {
   EXPECT_EQ(hullOf(circle).size(), 8u);
 }
 
+TEST(ConvexHull, AnAreaIsTrustedOnlyWhenFloatRoundingCannotTakeItAway) {
+  const auto survives = [](std::vector<HullPoint> corners) {
+    return areaSurvivesRounding(corners.data(), static_cast<int>(corners.size()), 1e-7);
+  };
+  EXPECT_TRUE(survives({{0, 0}, {1, 0}, {0, 1}}));
+  EXPECT_TRUE(survives({{0, 0}, {0.01f, 0}, {0.01f, 0.01f}, {0, 0.01f}}));
+  // A long plank along an axis is exact whatever its length.
+  EXPECT_TRUE(survives({{0, 0}, {1e6f, 0}, {1e6f, 0.01f}, {0, 0.01f}}));
+  EXPECT_FALSE(survives({{0, 0}, {0.0003f, 0}, {0, 0.0003f}}));  // area below the least
+  EXPECT_FALSE(survives({{0, 0}, {1, 1}, {2, 2}}));
+  EXPECT_FALSE(survives({{0, 0}, {1, 0}}));
+  // The same plank turned: its cross products are 1e12 and its area 1e4, so a float sum of
+  // them could come out anywhere.
+  const float c = 0.70710678f;
+  EXPECT_FALSE(survives({{0, 0},
+                         {1e6f * c, 1e6f * c},
+                         {1e6f * c - 0.01f * c, 1e6f * c + 0.01f * c},
+                         {-0.01f * c, 0.01f * c}}));
+  // A clockwise outline has no positive area.
+  EXPECT_FALSE(survives({{0, 0}, {0, 1}, {1, 0}}));
+}
+
 }  // namespace
 }  // namespace talvero::scene2d

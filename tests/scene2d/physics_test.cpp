@@ -355,6 +355,23 @@ TEST_F(Physics2D, BadShapesAreRefusedWithALineAndNeverReachBox2D) {
        true},
       {"zero segment", [&] { c2dPhysicsAddSegment(slot, 1, 1, 1, 1, 0, 0); }, true},
       {"negative friction", [&] { c2dPhysicsAddCircle(slot, false, 1, 0, 0, 1, -1, 0); }, true},
+      // Box2D would centre the inertia to 0 or below and assert.
+      {"small circle far out", [&] { c2dPhysicsAddCircle(slot, false, 0.004f, 1116, 0, 1, 0, 0); },
+       true},
+      {"small capsule far out, added while the body cannot turn",
+       [&] {
+         c2dPhysicsSetFixedRotation(slot, true);
+         c2dPhysicsAddCapsule(slot, false, 1116, 0, 0.04f, 0, 0.004f, 1, 0, 0);
+         c2dPhysicsSetFixedRotation(slot, false);
+       },
+       true},
+      {"box rounded flat far out",
+       [&] { c2dPhysicsAddBox(slot, false, 0.0025f, 0.0025f, 9e4f, 9e4f, 1, 0, 0); }, true},
+      {"thin capsule turned far out",
+       [&] { c2dPhysicsAddCapsule(slot, false, 0, 0, 7e4f, 7e4f, 0.003f, 1, 0, 0); }, true},
+      {"too light", [&] { c2dPhysicsAddBox(slot, false, 1, 1, 10, 0, 1e-44f, 0, 0); }, true},
+      {"too heavy", [&] { c2dPhysicsAddBox(slot, false, 9e4f, 9e4f, 0, 0, 1e17f, 0, 0); }, true},
+      {"beyond reach", [&] { c2dPhysicsAddCircle(slot, false, 1, 100001, 0, 1, 0, 0); }, true},
   };
   for (const Case& c : cases) {
     ::testing::internal::CaptureStdout();
@@ -376,6 +393,29 @@ TEST_F(Physics2D, BadShapesAreRefusedWithALineAndNeverReachBox2D) {
   c2dPhysicsAddPolygon(hull, notched, 12, 6, false, 1, 0, 0);
   EXPECT_EQ(c2dPhysicsOverlapPoint(22, 3), entity);
   EXPECT_EQ(c2dPhysicsOverlapPoint(22, 4.5f), 0);
+}
+
+TEST_F(Physics2D, PosesBeyondReachOrNotFiniteAreRefusedWithALine) {
+  world(100);
+  int32_t entity = 0;
+  ::testing::internal::CaptureStdout();
+  EXPECT_EQ(body(2, 1e7f + 100, 0), 0);  // just past 100000 metres
+  EXPECT_EQ(body(2, 0, std::nanf("")), 0);
+  const int32_t slot = body(2, 1e7f, -1e7f, &entity);
+  EXPECT_NE(slot, 0);
+  c2dPhysicsSetTransform(slot, 3e7f, 0, 0);
+  c2dPhysicsSetTransform(slot, 0, INFINITY, 0);
+  EXPECT_EQ(::testing::internal::GetCapturedStdout(),
+            "[creator-2d] physicsCreateBody: the entity's world position is not finite or beyond "
+            "100000 metres\n"
+            "[creator-2d] physicsCreateBody: the entity's world position is not finite or beyond "
+            "100000 metres\n"
+            "[creator-2d] physicsSetTransform: the pose is not finite or beyond 100000 metres; "
+            "ignored\n"
+            "[creator-2d] physicsSetTransform: the pose is not finite or beyond 100000 metres; "
+            "ignored\n");
+  frame(kH);
+  EXPECT_NEAR(worldPosition(entity)[0], 1e7f, 1);
 }
 
 TEST_F(Physics2D, RaysAndPointsFindShapesInScriptUnits) {

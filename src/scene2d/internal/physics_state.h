@@ -80,6 +80,11 @@ PhysBody* livePhysBody(int32_t slot);
 // Finite and small enough that Box2D's squared lengths stay finite.
 bool finiteLength(float value);
 bool finiteNumbers(std::initializer_list<float> values);
+// Lengths of the script that place a body or a shape: finite and within kMaxReach metres of the
+// origin. Farther out a float's spacing nears Box2D's slop, and its distance and time-of-impact
+// solvers fail their own asserts.
+inline constexpr float kMaxReach = 100000;
+bool withinReach(std::initializer_list<float> values);
 // One "[creator-2d] OP: WHY" line.
 void physicsLine(const char* op, const char* why);
 
