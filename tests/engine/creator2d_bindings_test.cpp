@@ -10,6 +10,8 @@
 #include "main_queue_support.h"
 #include "platform/gpu/gfx.h"
 #include "runtime/buffers.h"
+#include "scene2d/fresh_tables.h"
+#include "scene2d/internal/physics_state.h"
 #include "scene2d/internal/tables.h"
 #include "scene2d/scene2d.h"
 #include "test_support.h"
@@ -20,10 +22,18 @@ namespace {
 
 using testing::json;
 
-// `_creator2d` in the engine's own context, drawing into a GL target under Xvfb.
-class Creator2DTest : public ::testing::Test {
+// `_creator2d` in the engine's own context, drawing into a GL target under Xvfb, over 2D tables
+// and a physics world that no earlier test in the process has touched.
+class Creator2DTest : public testing::FreshTables2D {
  protected:
-  void TearDown() override { gpu::destroy(target); }
+  void SetUp() override {
+    FreshTables2D::SetUp();
+    scene2d::resetPhysicsWorld();
+  }
+  void TearDown() override {
+    gpu::destroy(target);
+    scene2d::resetPhysicsWorld();
+  }
 
   std::string value(const std::string& expression) { return json(context(), expression); }
   void run(const std::string& source) { context().evaluate(source); }
