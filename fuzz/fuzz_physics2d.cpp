@@ -73,28 +73,12 @@ void scriptOp(Scene2DProgram& in, uint8_t op) {
     case 2:
       c2dDestroyEntity(entity(in));
       break;
-    case 3: {
-      const int32_t e = entity(in);
-      const float x = n(), y = n();
-      c2dSetPosition(e, x, y);
+    case 3:
+    case 4:
+    case 5:
+    case 6:
+      talvero::fuzz::moveEntity(in, kMostEntities, op % 28 - 3);
       break;
-    }
-    case 4: {
-      const int32_t e = entity(in);
-      c2dSetRotation(e, n());
-      break;
-    }
-    case 5: {
-      const int32_t e = entity(in);
-      const float x = n(), y = n();
-      c2dSetScale(e, x, y);
-      break;
-    }
-    case 6: {
-      const int32_t e = entity(in), parent = entity(in);
-      c2dSetParent(e, parent, flag());
-      break;
-    }
     case 7: {
       const int32_t e = entity(in), type = in.smallInt();
       if (liveBodies() < kMostBodies) {

@@ -107,7 +107,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   int64_t cellsMade = 0;
   int32_t emissions = 0;
   for (int32_t ops = 0; ops < kMostOps && !in.done(); ++ops) {
-    switch (in.byte() % 22) {
+    const int op = in.byte() % 22;
+    switch (op) {
       case 0:
         if (g_scenes.size() < 4) c2dCreateScene();
         break;
@@ -122,28 +123,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         c2dSetTile(e, x, y, tileValue(in));
         break;
       }
-      case 4: {
-        const int32_t e = entity(in);
-        const float x = n(), y = n();
-        c2dSetPosition(e, x, y);
+      case 4:
+      case 5:
+      case 6:
+      case 7:
+        talvero::fuzz::moveEntity(in, kMostEntities, op - 4);
         break;
-      }
-      case 5: {
-        const int32_t e = entity(in);
-        c2dSetRotation(e, n());
-        break;
-      }
-      case 6: {
-        const int32_t e = entity(in);
-        const float x = n(), y = n();
-        c2dSetScale(e, x, y);
-        break;
-      }
-      case 7: {
-        const int32_t e = entity(in), parent = entity(in);
-        c2dSetParent(e, parent, in.byte() & 1);
-        break;
-      }
       case 8: {
         const int32_t s = scene(in);
         const float x = n(), y = n();

@@ -9,6 +9,7 @@
 #include "scene2d/internal/physics_state.h"
 #include "scene2d/internal/renderer.h"
 #include "scene2d/internal/tables.h"
+#include "scene2d/scene2d.h"
 
 namespace talvero::fuzz {
 
@@ -87,6 +88,26 @@ class Scene2DProgram {
   size_t size_;
   size_t at_ = 0;
 };
+
+// Moves an entity of the first `liveRange` ids, live or not, in one of four ways chosen by
+// `which`: its position, rotation, scale or parent.
+inline void moveEntity(Scene2DProgram& in, int32_t liveRange, int which) {
+  const int32_t e = in.id(liveRange);
+  const float a = in.number();
+  switch (which % 4) {
+    case 0:
+      c2dSetPosition(e, a, in.number());
+      break;
+    case 1:
+      c2dSetRotation(e, a);
+      break;
+    case 2:
+      c2dSetScale(e, a, in.number());
+      break;
+    default:
+      c2dSetParent(e, in.id(liveRange), (in.byte() & 1) != 0);
+  }
+}
 
 // Empty 2D tables and no physics world, so that every input starts as the process did.
 inline void resetScene2DTables() {
