@@ -39,6 +39,13 @@ void writeEntityWorld(int32_t id, float x, float y, float angle) {
   ++e.localVersion;
 }
 
+// Finite, and at most `metres` once divided by the world's units.
+bool allWithin(std::initializer_list<float> values, float metres) {
+  return std::all_of(values.begin(), values.end(), [metres](float v) {
+    return std::isfinite(v) && std::fabs(v / g_physics.units) <= metres;
+  });
+}
+
 void destroyWorld() {
   delete g_physics.world;
   g_physics.world = nullptr;
@@ -82,18 +89,12 @@ void resetPhysicsWorld() {
   g_physics = PhysicsWorld{};
 }
 
-bool finiteLength(float value) {
-  return std::isfinite(value) && std::fabs(value / g_physics.units) <= kMaxLength;
-}
-
 bool finiteNumbers(std::initializer_list<float> values) {
-  return std::all_of(values.begin(), values.end(), [](float v) { return finiteLength(v); });
+  return allWithin(values, kMaxLength);
 }
 
 bool withinReach(std::initializer_list<float> values) {
-  return std::all_of(values.begin(), values.end(), [](float v) {
-    return std::isfinite(v) && std::fabs(v / g_physics.units) <= kMaxReach;
-  });
+  return allWithin(values, kMaxReach);
 }
 
 void physicsLine(const char* op, const char* why) {

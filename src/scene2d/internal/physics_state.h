@@ -77,8 +77,8 @@ extern PhysicsWorld g_physics;
 
 // The live body of a slot, or null.
 PhysBody* livePhysBody(int32_t slot);
-// Finite and small enough that Box2D's squared lengths stay finite.
-bool finiteLength(float value);
+// Script values (lengths, speeds, forces) that are finite and within 1e17 once in metres, so
+// that Box2D's squares of them stay finite.
 bool finiteNumbers(std::initializer_list<float> values);
 // Lengths of the script that place a body or a shape: finite and within kMaxReach metres of the
 // origin. Farther out a float's spacing nears Box2D's slop, and its distance and time-of-impact
